@@ -1,0 +1,59 @@
+#include "oledate.h"
+
+#include <QTimeZone>
+#include <cmath>
+
+namespace OleDate {
+
+namespace {
+const QDate Epoch(1899, 12, 30);
+constexpr qint64 SecondsPerDay = 86400;
+} // namespace
+
+double fromDateTime(const QDateTime &wallClock)
+{
+    const qint64 days = Epoch.daysTo(wallClock.date());
+    const double fraction = wallClock.time().msecsSinceStartOfDay() / 1000 / double(SecondsPerDay);
+    return days >= 0 ? double(days) + fraction : double(days) - fraction;
+}
+
+QDateTime toDateTime(double ole)
+{
+    if (!std::isfinite(ole) || std::fabs(ole) > 3.0e6)
+        return {};
+    double whole = std::trunc(ole);
+    qint64 seconds = std::llround(std::fabs(ole - whole) * SecondsPerDay);
+    if (seconds >= SecondsPerDay) { // rounding reached the next midnight
+        seconds -= SecondsPerDay;
+        whole += 1;
+    }
+    return QDateTime(Epoch.addDays(qint64(whole)), QTime(0, 0).addSecs(int(seconds)),
+                     QTimeZone::utc());
+}
+
+QString format(const QDateTime &wallClock)
+{
+    return wallClock.toString(QStringLiteral("yyyy/MM/dd hh:mm:ss"));
+}
+
+QDateTime parse(const QString &text)
+{
+    if (text.size() != 19)
+        return {};
+    QDateTime dt = QDateTime::fromString(text, QStringLiteral("yyyy/MM/dd hh:mm:ss"));
+    if (!dt.isValid())
+        return {};
+    return QDateTime(dt.date(), dt.time(), QTimeZone::utc());
+}
+
+QDateTime noDate()
+{
+    return QDateTime(QDate(1900, 1, 1), QTime(0, 0), QTimeZone::utc());
+}
+
+QDateTime clearedDate()
+{
+    return QDateTime(QDate(1, 1, 1), QTime(0, 0), QTimeZone::utc());
+}
+
+} // namespace OleDate

@@ -1,0 +1,33 @@
+#include "prompt.h"
+
+QString Prompt::defaultTitle()
+{
+    return QStringLiteral("実行確認");
+}
+
+void ScriptedPrompt::inform(const QString &text, const QString &title)
+{
+    shown << text;
+    titles << title;
+}
+
+void ScriptedPrompt::warn(const QString &text, const QString &title)
+{
+    shown << text;
+    titles << title;
+}
+
+bool ScriptedPrompt::ask(const QString &text, const QString &title)
+{
+    shown << text;
+    titles << title;
+    return answers.isEmpty() ? false : answers.takeFirst();
+}
+
+std::optional<QString> ScriptedPrompt::askText(const QString &text, const QString &title,
+                                               const QString &)
+{
+    shown << text;
+    titles << title;
+    return textAnswers.isEmpty() ? std::nullopt : textAnswers.takeFirst();
+}

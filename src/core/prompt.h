@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// Every message the user sees goes through a Prompt: the widget one shows boxes,
+// a scripted one answers from a queue in tests.
+class Prompt
+{
+public:
+    // The program's own title for boxes that name none.
+    static QString defaultTitle();
+
+    virtual ~Prompt() = default;
+    virtual void inform(const QString &text, const QString &title = defaultTitle()) = 0;
+    virtual void warn(const QString &text, const QString &title = defaultTitle()) = 0;
+    // Yes/No question; true for Yes.
+    virtual bool ask(const QString &text, const QString &title = defaultTitle()) = 0;
+    // Input box; nullopt when cancelled.
+    virtual std::optional<QString> askText(const QString &text, const QString &title,
+                                           const QString &initial = {}) = 0;
+};
+
+// Records every text shown and answers questions from queues; an empty queue
+// answers No / cancel.
+class ScriptedPrompt final : public Prompt
+{
+public:
+    void inform(const QString &text, const QString &title = defaultTitle()) override;
+    void warn(const QString &text, const QString &title = defaultTitle()) override;
+    bool ask(const QString &text, const QString &title = defaultTitle()) override;
+    std::optional<QString> askText(const QString &text, const QString &title,
+                                   const QString &initial = {}) override;
+
+    QStringList shown;  // every text, in order
+    QStringList titles; // the title of each
+    QList<bool> answers;
+    QList<std::optional<QString>> textAnswers;
+};

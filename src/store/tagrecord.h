@@ -1,0 +1,60 @@
+#pragma once
+
+#include "fixedrecord.h"
+
+#include <optional>
+
+// One tag: a 456-byte fixed part, then the message as a 2-byte length and its
+// CP932 bytes. Records 2 ... TagCount + 1 of Pinboard.dt1.
+namespace Tag {
+enum Field {
+    TagNumber, StateMark, FontName, FontBold, FontItalic, FontUnderline, FontStrikeout,
+    FontSize, Pad43, ForeColor, BackColor, Look3D, Frame, FrameM, Pad55, Width, Height,
+    ScheduleKind, Pad65, DisplayDateTime, MonthlyDay, WeekdayFlags, EraseTime, Transparent,
+    TopMost, Blink, SenderName, EraseDateTime, WeekOfMonthFlags, SoundFlag, OpenFileFlag,
+    PosX, PosY, MailFlag, ReceivedMark, Password, SenderAddress, SealedFlag, MailSent,
+    FilePath, Pad453,
+    FieldCount
+};
+} // namespace Tag
+
+class TagRecord : public FixedRecord
+{
+public:
+    static constexpr int FixedSize = 456;
+    static constexpr int SlotSize = 32767;
+    // The longest message the slot can hold after the fixed part and the length.
+    static constexpr int MaxMessageBytes = SlotSize - FixedSize - 2;
+    static Layout fields();
+
+    // "0" in use, "D" in the trash, "9" deleted for good (the record is free).
+    static constexpr const char *Live = "0";
+    static constexpr const char *InTrash = "D";
+    static constexpr const char *Deleted = "9";
+
+    TagRecord();
+
+    QString tagNumber() const { return text(Tag::TagNumber); }
+    QString stateMark() const { return text(Tag::StateMark); }
+    void setStateMark(const char *mark) { setText(Tag::StateMark, QString::fromLatin1(mark)); }
+    bool isFree() const { return stateMark() == QLatin1String(Deleted); }
+
+    QString message() const;
+    void setMessage(const QString &text);
+    const QByteArray &messageBytes() const { return m_message; }
+    void setMessageBytes(const QByteArray &bytes) { m_message = bytes; }
+
+    // The record as it lies on disk: 458 + n bytes.
+    QByteArray serialize() const;
+    // Reads a record from the start of bytes; nullopt with a reason when the
+    // bytes end early or the length points past the slot.
+    static std::optional<TagRecord> parse(QByteArrayView bytes, QString *error = nullptr);
+
+    bool operator==(const TagRecord &other) const
+    {
+        return FixedRecord::operator==(other) && m_message == other.m_message;
+    }
+
+private:
+    QByteArray m_message;
+};

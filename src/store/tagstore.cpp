@@ -1,0 +1,97 @@
+#include "tagstore.h"
+
+#include <QFile>
+
+std::optional<EnvRecord> TagStore::readEnv(QString *error) const
+{
+    const auto bytes = m_file.read(1, EnvRecord::Size, error);
+    if (!bytes)
+        return std::nullopt;
+    EnvRecord env;
+    QString why;
+    if (!env.setBytes(*bytes))
+        why = QStringLiteral("record 1 ends after %1 of %2 bytes").arg(bytes->size()).arg(EnvRecord::Size);
+    else
+        why = env.problem();
+    if (why.isEmpty() && env.tagCount() > 0 && m_file.size() <= qint64(env.tagCount()) * m_file.slotSize())
+        why = QStringLiteral("TagCount %1 but the file ends before the last tag record").arg(env.tagCount());
+    if (!why.isEmpty()) {
+        if (error)
+            *error = QStringLiteral("%1: %2").arg(m_file.path(), why);
+        return std::nullopt;
+    }
+    return env;
+}
+
+bool TagStore::writeEnv(const EnvRecord &env, QString *error) const
+{
+    return m_file.write(1, env.bytes(), error);
+}
+
+int TagStore::tagCount() const
+{
+    const auto env = readEnv();
+    return env ? env->tagCount() : -1;
+}
+
+std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
+{
+    const auto bytes = m_file.read(k + 1, TagRecord::SlotSize, error);
+    if (!bytes)
+        return std::nullopt;
+    QString why;
+    auto tag = TagRecord::parse(*bytes, &why);
+    if (!tag && error)
+        *error = QStringLiteral("%1: tag %2 (record %3): %4").arg(m_file.path()).arg(k).arg(k + 1).arg(why);
+    return tag;
+}
+
+bool TagStore::writeTag(int k, const TagRecord &tag, QString *error) const
+{
+    return m_file.write(k + 1, tag.serialize(), error);
+}
+
+std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
+{
+    auto env = readEnv(error);
+    if (!env)
+        return std::nullopt;
+    const int count = env->tagCount();
+    int k = count + 1;
+    {
+        // One pass over the state marks to find a record free for reuse.
+        QFile file(m_file.path());
+        if (file.open(QIODevice::ReadOnly)) {
+            for (int i = 1; i <= count; ++i) {
+                file.seek(qint64(i) * m_file.slotSize() + 5);
+                if (file.read(1) == TagRecord::Deleted) {
+                    k = i;
+                    break;
+                }
+            }
+        }
+    }
+    if (k > MaxTags) {
+        if (error)
+            *error = QStringLiteral("%1: no free record left (%2 tags)").arg(m_file.path()).arg(count);
+        return std::nullopt;
+    }
+    tag.setText(Tag::TagNumber, env->nextTagNumber());
+    if (tag.isFree())
+        tag.setStateMark(TagRecord::Live);
+    // The tag goes first: a crash before record 1 is written leaves it unused, not half-counted.
+    if (!writeTag(k, tag, error))
+        return std::nullopt;
+    env->setText(Env::NextTagNumber, tagNumberAfter(env->nextTagNumber()));
+    if (k > count)
+        env->setTagCount(k);
+    if (!writeEnv(*env, error))
+        return std::nullopt;
+    return k;
+}
+
+QString tagNumberAfter(const QString &number)
+{
+    const int next = number.toInt() % 99999 + 1;
+    return QStringLiteral("%1").arg(next, 5, 10, QLatin1Char('0'));
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "datafile.h"
+#include "envrecord.h"
+#include "tagrecord.h"
+
+// Pinboard.dt1: record 1 the environment, tag k in record k + 1.
+class TagStore
+{
+public:
+    // TagCount is a 2-byte signed number.
+    static constexpr int MaxTags = 32767;
+
+    explicit TagStore(QString dt1Path) : m_file(std::move(dt1Path)) {}
+
+    const DataFile &file() const { return m_file; }
+
+    // nullopt with the reason when record 1 is missing, short or unusable.
+    std::optional<EnvRecord> readEnv(QString *error = nullptr) const;
+    bool writeEnv(const EnvRecord &env, QString *error = nullptr) const;
+
+    // TagCount from record 1; -1 when it cannot be read.
+    int tagCount() const;
+
+    // Tag k (1-based) from record k + 1.
+    std::optional<TagRecord> readTag(int k, QString *error = nullptr) const;
+    bool writeTag(int k, const TagRecord &tag, QString *error = nullptr) const;
+
+    // Stores a new tag: it takes the first free record ("9") or a new one at the
+    // end, and the next TagNumber. Returns k, or nullopt with the reason.
+    std::optional<int> addTag(TagRecord &tag, QString *error = nullptr) const;
+
+private:
+    DataFile m_file;
+};
+
+// "00001" ... "99999", then "00001" again.
+QString tagNumberAfter(const QString &number);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QLockFile>
+#include <QString>
+#include <memory>
+
+// One running Pinboard per data directory. The lock is a file in that directory
+// holding the owner's process id: released on exit, and taken over when the
+// process that left it behind is gone (a crash).
+class SingleInstance
+{
+public:
+    static constexpr const char *LockName = "Pinboard.lck";
+
+    explicit SingleInstance(const QString &dataDir);
+    ~SingleInstance();
+
+    // False while another live process holds the directory (or it cannot be locked).
+    bool tryAcquire();
+    bool isHeld() const { return m_lock && m_lock->isLocked(); }
+    void release();
+
+    QString lockPath() const { return m_path; }
+
+private:
+    QString m_path;
+    std::unique_ptr<QLockFile> m_lock;
+};

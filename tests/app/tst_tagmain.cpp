@@ -1,0 +1,202 @@
+#include "clock.h"
+#include "prompt.h"
+#include "singleinstance.h"
+#include "tagmain.h"
+#include "tagstore.h"
+#include "trayattach.h"
+
+#include <QFile>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+} // namespace
+
+class TestTagMain : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void firstRunCreatesDefaults();
+    void secondStartIsRefused();
+    void storedSettingsAreRead();
+    void damagedEnvironmentEndsStartUp_data();
+    void damagedEnvironmentEndsStartUp();
+    void unwritableDirectoryEndsStartUp();
+    void shutdownLeavesNothing();
+    void trayRetries_data();
+    void trayRetries();
+
+private:
+    ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
+};
+
+void TestTagMain::firstRunCreatesDefaults()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QVERIFY(prompt.shown.isEmpty());
+    QVERIFY(main.firstRun());
+    QVERIFY(main.isRunning());
+    QCOMPARE(fileBytes(dir.filePath(QStringLiteral("Pinboard.dt1"))), EnvRecord().bytes());
+    QCOMPARE(main.scheduler().intervalMs(), 3600000);
+    QVERIFY(main.scheduler().isActive());
+    QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("DeskTop Pin Board\r\nﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"));
+    const auto actions = main.trayMenu()->actions();
+    QCOMPARE(actions.last()->objectName(), QStringLiteral("mnuExit"));
+    QCOMPARE(actions.last()->text(), QStringLiteral("終了"));
+    QSignalSpy quit(&main, &TagMain::quitRequested);
+    actions.last()->trigger();
+    QCOMPARE(quit.count(), 1);
+}
+
+void TestTagMain::secondStartIsRefused()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt1, prompt2;
+    TagMain first(dir.path(), prompt1, m_clock);
+    QVERIFY(first.start());
+    const QByteArray before = fileBytes(first.files().dt1);
+
+    TagMain second(dir.path(), prompt2, m_clock);
+    QVERIFY(!second.start());
+    QCOMPARE(prompt2.shown, QStringList{QStringLiteral("既に起動されています。")});
+    QVERIFY(!second.isRunning());
+    // The first runs on untouched, its lock still in place.
+    QVERIFY(first.isRunning());
+    QCOMPARE(fileBytes(first.files().dt1), before);
+    QVERIFY(!SingleInstance(dir.path()).tryAcquire());
+    QVERIFY(prompt1.shown.isEmpty());
+}
+
+void TestTagMain::storedSettingsAreRead()
+{
+    QTemporaryDir dir;
+    EnvRecord env;
+    env.setText(Env::UserName, QStringLiteral("鈴木"));
+    env.setPortNo(13000);
+    QVERIFY(TagStore(dir.filePath(QStringLiteral("Pinboard.dt1"))).writeEnv(env));
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QVERIFY(!main.firstRun());
+    QCOMPARE(main.env().userName(), QStringLiteral("鈴木"));
+    QCOMPARE(main.env().portNo(), quint16(13000));
+}
+
+void TestTagMain::damagedEnvironmentEndsStartUp_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    EnvRecord badNumber;
+    badNumber.setText(Env::NextTagNumber, QStringLiteral("abcde"));
+    QByteArray shortRecord = EnvRecord().bytes().first(2050);
+    QTest::newRow("next tag number not digits") << badNumber.bytes();
+    QTest::newRow("record 1 cut short") << shortRecord;
+    QTest::newRow("record 1 missing") << QByteArray(100, 'z');
+}
+
+void TestTagMain::damagedEnvironmentEndsStartUp()
+{
+    QFETCH(QByteArray, content);
+    QTemporaryDir dir;
+    QFile f(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(content);
+    f.close();
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(!main.start());
+    QCOMPARE(prompt.shown, QStringList{TagMain::corruptEnvText()});
+    QVERIFY(prompt.shown.first().startsWith(QStringLiteral("環境定義ファイルの内容が壊れています。")));
+    QVERIFY(prompt.shown.first().endsWith(
+        QStringLiteral("Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")));
+    QCOMPARE(fileBytes(f.fileName()), content); // nothing written over the damaged file
+    QVERIFY(!main.scheduler().isActive());
+    QVERIFY(SingleInstance(dir.path()).tryAcquire());
+}
+
+void TestTagMain::unwritableDirectoryEndsStartUp()
+{
+    QTemporaryDir dir;
+    const QString missing = dir.filePath(QStringLiteral("gone"));
+    ScriptedPrompt prompt;
+    TagMain main(missing, prompt, m_clock);
+    QVERIFY(!main.start());
+    QCOMPARE(prompt.shown.size(), 1);
+    // Either the lock or the write probe finds the directory unusable; both say so plainly.
+    QVERIFY(prompt.shown.first() == QStringLiteral("既に起動されています。")
+            || prompt.shown.first()
+                   == QStringLiteral("予期せぬエラーが発生しました。ディスクが書込み禁止になっている可能性があります。"));
+}
+
+void TestTagMain::shutdownLeavesNothing()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QVERIFY(QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
+    main.shutdown();
+    QVERIFY(!main.isRunning());
+    QVERIFY(!main.scheduler().isActive());
+    QVERIFY(main.trayIcon() == nullptr);
+    QVERIFY(!QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
+    main.shutdown(); // twice is harmless
+    TagMain next(dir.path(), prompt, m_clock);
+    QVERIFY(next.start());
+    QVERIFY(!next.firstRun());
+}
+
+void TestTagMain::trayRetries_data()
+{
+    QTest::addColumn<int>("succeedOnTry"); // 0: never
+    QTest::addColumn<QList<bool>>("answers");
+    QTest::addColumn<int>("questions");
+    QTest::addColumn<bool>("attached");
+    QTest::addColumn<bool>("givenUp");
+    QTest::newRow("at once") << 1 << QList<bool>{} << 0 << true << false;
+    QTest::newRow("on the 30th retry") << 31 << QList<bool>{} << 0 << true << false;
+    QTest::newRow("no after 30") << 0 << QList<bool>{false} << 1 << false << true;
+    QTest::newRow("yes, then found") << 40 << QList<bool>{true} << 1 << true << false;
+    QTest::newRow("yes twice, then no") << 0 << QList<bool>{true, true, false} << 3 << false << true;
+}
+
+void TestTagMain::trayRetries()
+{
+    QFETCH(int, succeedOnTry);
+    QFETCH(QList<bool>, answers);
+    QFETCH(int, questions);
+    QFETCH(bool, attached);
+    QFETCH(bool, givenUp);
+    ScriptedPrompt prompt;
+    prompt.answers = answers;
+    int tries = 0;
+    TrayAttach tray([&] { return ++tries == succeedOnTry; }, prompt);
+    tray.setIntervalMs(1);
+    QSignalSpy attachedSpy(&tray, &TrayAttach::attached);
+    QSignalSpy givenUpSpy(&tray, &TrayAttach::givenUp);
+    tray.start();
+    QTRY_VERIFY(!attachedSpy.isEmpty() || !givenUpSpy.isEmpty());
+    QCOMPARE(attachedSpy.count(), attached ? 1 : 0);
+    QCOMPARE(givenUpSpy.count(), givenUp ? 1 : 0);
+    QCOMPARE(prompt.shown.size(), questions);
+    for (const QString &text : prompt.shown)
+        QCOMPARE(text, QStringLiteral("タスクトレイのアイコン表示に失敗しました。\r\n再実行しますか？　いいえを選択した場合はプログラムを終了します。"));
+    for (const QString &title : prompt.titles)
+        QCOMPARE(title, QStringLiteral("実行確認"));
+    // Each question comes after the first try and 30 more.
+    if (givenUp)
+        QCOMPARE(tries, 1 + 30 * questions);
+    QVERIFY(!tray.isRetrying());
+}
+
+QTEST_MAIN(TestTagMain)
+#include "tst_tagmain.moc"

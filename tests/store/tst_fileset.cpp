@@ -1,0 +1,204 @@
+#include "cp932.h"
+#include "fileset.h"
+#include "tagstore.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
+}
+
+// A tag file as versions before 0.9.40 wrote it: 2048-byte slots, the file
+// path in 260 bytes at 175 and the message as a fixed 1600-byte field at 435.
+QByteArray oldTag(const QString &number, const QString &message, const QString &path, qint32 color)
+{
+    TagRecord tag;
+    tag.setText(Tag::TagNumber, number);
+    tag.setLong(Tag::ForeColor, color);
+    tag.setByte(Tag::ScheduleKind, 2);
+    QByteArray b = tag.bytes().first(175);
+    b += Cp932::toField(path, 260);
+    b += Cp932::encode(message) + '\0' + "junk after the terminator";
+    b.append(2048 - b.size(), ' ');
+    return b;
+}
+
+QByteArray oldFile(int declaredTags, int writtenTags)
+{
+    EnvRecord env;
+    env.setVersionCode(QStringLiteral("000930"));
+    env.setTagCount(declaredTags);
+    env.setText(Env::UserName, QStringLiteral("佐藤"));
+    QByteArray file = env.bytes().first(2048);
+    for (int i = 1; i <= writtenTags; ++i)
+        file += oldTag(QStringLiteral("0000%1").arg(i), QStringLiteral("古いメモ%1～").arg(i),
+                       QStringLiteral("/home/u/音%1.wav").arg(i), 0x112233 * i);
+    return file;
+}
+} // namespace
+
+class TestFileSet : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void paths_data();
+    void paths();
+    void firstRunCreatesNothing();
+    void currentFileIsLeftAsItIs();
+    void oldFileIsConverted_data();
+    void oldFileIsConverted();
+    void missingRecordOneIsLeftAlone();
+    void unreadableDirectoryFails();
+};
+
+void TestFileSet::paths_data()
+{
+    QTest::addColumn<QString>("dir");
+    QTest::addColumn<QChar>("sep");
+    QTest::addColumn<QString>("dt1");
+    QTest::addColumn<QString>("old");
+    QTest::newRow("drive root") << QStringLiteral("X:\\") << QChar(u'\\')
+                                << QStringLiteral("X:\\Pinboard.dt1") << QStringLiteral("X:\\PinboardOld.dt1");
+    QTest::newRow("folder") << QStringLiteral("C:\\Tools\\Pin") << QChar(u'\\')
+                            << QStringLiteral("C:\\Tools\\Pin\\Pinboard.dt1")
+                            << QStringLiteral("C:\\Tools\\Pin\\PinboardOld.dt1");
+    QTest::newRow("posix root") << QStringLiteral("/") << QChar(u'/') << QStringLiteral("/Pinboard.dt1")
+                                << QStringLiteral("/PinboardOld.dt1");
+    QTest::newRow("posix folder") << QStringLiteral("/opt/pinboard") << QChar(u'/')
+                                  << QStringLiteral("/opt/pinboard/Pinboard.dt1")
+                                  << QStringLiteral("/opt/pinboard/PinboardOld.dt1");
+}
+
+void TestFileSet::paths()
+{
+    QFETCH(QString, dir);
+    QFETCH(QChar, sep);
+    QFETCH(QString, dt1);
+    QFETCH(QString, old);
+    const FileSet f = FileSet::forDirectory(dir, sep);
+    QCOMPARE(f.dt1, dt1);
+    QCOMPARE(f.oldDt1, old);
+    QCOMPARE(f.log, dt1.chopped(3) + QStringLiteral("log"));
+    QCOMPARE(f.dt4, dt1.chopped(1) + u'4');
+}
+
+void TestFileSet::firstRunCreatesNothing()
+{
+    QTemporaryDir dir;
+    const PrepareResult r = prepareFileSet(FileSet::forDirectory(dir.path()));
+    QVERIFY(r.ok);
+    QVERIFY(r.firstRun);
+    QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("Pinboard.dt1"))));
+}
+
+void TestFileSet::currentFileIsLeftAsItIs()
+{
+    QTemporaryDir dir;
+    const FileSet f = FileSet::forDirectory(dir.path());
+    TagStore store(f.dt1);
+    QVERIFY(store.writeEnv(EnvRecord()));
+    TagRecord tag;
+    QVERIFY(store.addTag(tag));
+    const QByteArray before = fileBytes(f.dt1);
+    const PrepareResult r = prepareFileSet(f);
+    QVERIFY(r.ok);
+    QVERIFY(!r.firstRun);
+    QVERIFY(!r.converted);
+    QCOMPARE(fileBytes(f.dt1), before);
+}
+
+void TestFileSet::oldFileIsConverted_data()
+{
+    QTest::addColumn<bool>("interrupted"); // only PinboardOld.dt1 is left from a cut-off run
+    QTest::addColumn<bool>("staleOld");    // an unrelated PinboardOld.dt1 lies about
+    QTest::addColumn<int>("declared");
+    QTest::addColumn<int>("written");
+    QTest::newRow("plain") << false << false << 2 << 2;
+    QTest::newRow("stale old copy replaced") << false << true << 2 << 2;
+    QTest::newRow("resumed after a crash") << true << false << 2 << 2;
+    QTest::newRow("old file ends early") << false << false << 3 << 2;
+    QTest::newRow("no tags") << false << false << 0 << 0;
+}
+
+void TestFileSet::oldFileIsConverted()
+{
+    QFETCH(bool, interrupted);
+    QFETCH(bool, staleOld);
+    QFETCH(int, declared);
+    QFETCH(int, written);
+    QTemporaryDir dir;
+    const FileSet f = FileSet::forDirectory(dir.path());
+    QVERIFY(writeFile(interrupted ? f.oldDt1 : f.dt1, oldFile(declared, written)));
+    if (staleOld)
+        QVERIFY(writeFile(f.oldDt1, "stale"));
+
+    const PrepareResult r = prepareFileSet(f);
+    QVERIFY2(r.ok, qPrintable(r.error));
+    QVERIFY(r.converted);
+    QVERIFY(!r.firstRun);
+    QVERIFY(!QFile::exists(f.oldDt1));
+
+    TagStore store(f.dt1);
+    QString error;
+    const auto env = store.readEnv(&error);
+    QVERIFY2(env, qPrintable(error));
+    QCOMPARE(env->versionCode(), programVersionCode());
+    QCOMPARE(env->tagCount(), written);
+    QCOMPARE(env->userName(), QStringLiteral("佐藤"));
+    for (int k = 1; k <= written; ++k) {
+        const auto tag = store.readTag(k, &error);
+        QVERIFY2(tag, qPrintable(error));
+        QCOMPARE(tag->tagNumber(), QStringLiteral("0000%1").arg(k));
+        QCOMPARE(tag->message(), QStringLiteral("古いメモ%1～").arg(k));
+        QCOMPARE(tag->text(Tag::FilePath), QStringLiteral("/home/u/音%1.wav").arg(k));
+        QCOMPARE(tag->longValue(Tag::ForeColor), 0x112233 * k);
+        QCOMPARE(tag->byte(Tag::ScheduleKind), 2);
+    }
+    // Converted once: a second start finds a current file.
+    const QByteArray after = fileBytes(f.dt1);
+    QVERIFY(!prepareFileSet(f).converted);
+    QCOMPARE(fileBytes(f.dt1), after);
+}
+
+void TestFileSet::missingRecordOneIsLeftAlone()
+{
+    QTemporaryDir dir;
+    const FileSet f = FileSet::forDirectory(dir.path());
+    const QByteArray shortFile = oldFile(0, 0).first(1500);
+    QVERIFY(writeFile(f.dt1, shortFile));
+    const PrepareResult r = prepareFileSet(f);
+    QVERIFY(r.ok);
+    QVERIFY(!r.converted);
+    QVERIFY(!r.firstRun);
+    QCOMPARE(fileBytes(f.dt1), shortFile);
+    QVERIFY(!QFile::exists(f.oldDt1));
+    QString error;
+    QVERIFY(!TagStore(f.dt1).readEnv(&error));
+    QVERIFY(error.contains(QStringLiteral("ends after 1500")));
+}
+
+void TestFileSet::unreadableDirectoryFails()
+{
+    QTemporaryDir dir;
+    // A data "directory" that is a plain file: nothing in it can be opened.
+    const QString notADir = dir.filePath(QStringLiteral("plain"));
+    QVERIFY(writeFile(notADir, "x"));
+    const FileSet f = FileSet::forDirectory(notADir);
+    const PrepareResult r = prepareFileSet(f);
+    QVERIFY(r.ok && r.firstRun); // nothing exists there yet...
+    QVERIFY(!TagStore(f.dt1).writeEnv(EnvRecord())); // ...and nothing can be written
+}
+
+QTEST_APPLESS_MAIN(TestFileSet)
+#include "tst_fileset.moc"

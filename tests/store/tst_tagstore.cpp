@@ -1,0 +1,162 @@
+#include "tagstore.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+TagRecord tagWith(const QString &message)
+{
+    TagRecord tag;
+    tag.setMessage(message);
+    return tag;
+}
+} // namespace
+
+class TestTagStore : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void recordsLieInTheirSlots();
+    void newTagsNumberAndReuse();
+    void rewriteLeavesTheRestOfTheSlot();
+    void damagedFilesAreReported_data();
+    void damagedFilesAreReported();
+    void tagNumbersWrap();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<TagStore> m_store;
+};
+
+void TestTagStore::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_store = std::make_unique<TagStore>(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(m_store->writeEnv(EnvRecord()));
+}
+
+void TestTagStore::recordsLieInTheirSlots()
+{
+    EnvRecord env;
+    env.setTagCount(3);
+    QVERIFY(m_store->writeEnv(env));
+    for (int k = 1; k <= 3; ++k)
+        QVERIFY(m_store->writeTag(k, tagWith(QStringLiteral("tag %1").arg(k))));
+
+    const QByteArray raw = fileBytes(m_store->file().path());
+    QCOMPARE(raw.size(), 3 * 32767 + 458 + 5);
+    QCOMPARE(raw.first(5), QByteArray("00001"));
+    for (int k = 1; k <= 3; ++k) {
+        QCOMPARE(raw.mid(k * 32767 + 456, 7), QByteArray("\x05\x00tag ", 6) + QByteArray::number(k));
+        const auto tag = m_store->readTag(k);
+        QVERIFY(tag.has_value());
+        QCOMPARE(tag->message(), QStringLiteral("tag %1").arg(k));
+    }
+    QCOMPARE(m_store->tagCount(), 3);
+}
+
+void TestTagStore::newTagsNumberAndReuse()
+{
+    TagRecord a = tagWith(QStringLiteral("a"));
+    TagRecord b = tagWith(QStringLiteral("b"));
+    QCOMPARE(m_store->addTag(a), std::optional<int>(1));
+    QCOMPARE(m_store->addTag(b), std::optional<int>(2));
+    QCOMPARE(a.tagNumber(), QStringLiteral("00001"));
+    QCOMPARE(b.tagNumber(), QStringLiteral("00002"));
+    QCOMPARE(m_store->tagCount(), 2);
+
+    // A tag in the trash keeps its record; one deleted for good frees it.
+    a.setStateMark(TagRecord::InTrash);
+    QVERIFY(m_store->writeTag(1, a));
+    TagRecord c = tagWith(QStringLiteral("c"));
+    QCOMPARE(m_store->addTag(c), std::optional<int>(3));
+
+    a.setStateMark(TagRecord::Deleted);
+    QVERIFY(m_store->writeTag(1, a));
+    TagRecord d = tagWith(QStringLiteral("d"));
+    QCOMPARE(m_store->addTag(d), std::optional<int>(1));
+    QCOMPARE(d.tagNumber(), QStringLiteral("00004"));
+    QCOMPARE(d.stateMark(), QStringLiteral("0"));
+    QCOMPARE(m_store->tagCount(), 3);
+    QCOMPARE(m_store->readTag(1)->message(), QStringLiteral("d"));
+    QCOMPARE(m_store->readEnv()->nextTagNumber(), QStringLiteral("00005"));
+}
+
+void TestTagStore::rewriteLeavesTheRestOfTheSlot()
+{
+    TagRecord one = tagWith(QString(3000, QChar(u'x')));
+    TagRecord two = tagWith(QStringLiteral("second"));
+    QVERIFY(m_store->addTag(one));
+    QVERIFY(m_store->addTag(two));
+    one.setMessage(QStringLiteral("short"));
+    QVERIFY(m_store->writeTag(1, one));
+
+    const QByteArray raw = fileBytes(m_store->file().path());
+    QCOMPARE(raw.mid(32767 + 458, 5), QByteArray("short"));
+    QCOMPARE(raw.mid(32767 + 458 + 5, 10), QByteArray(10, 'x')); // slot rest as it was
+    QCOMPARE(m_store->readTag(1)->message(), QStringLiteral("short"));
+    QCOMPARE(m_store->readTag(2)->message(), QStringLiteral("second"));
+}
+
+void TestTagStore::damagedFilesAreReported_data()
+{
+    QTest::addColumn<int>("damage");
+    QTest::addColumn<int>("tag"); // 0: read record 1
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("file shorter than record 1") << 0 << 0 << QStringLiteral("ends after 1000");
+    QTest::newRow("length points past slot") << 1 << 1 << QStringLiteral("points past");
+    QTest::newRow("message cut by end of file") << 2 << 1 << QStringLiteral("cut short");
+    QTest::newRow("tag beyond end of file") << 3 << 2 << QStringLiteral("past the end");
+    QTest::newRow("TagCount beyond the file") << 4 << 0 << QStringLiteral("TagCount 5");
+}
+
+void TestTagStore::damagedFilesAreReported()
+{
+    QFETCH(int, damage);
+    QFETCH(int, tag);
+    QFETCH(QString, reason);
+    TagRecord t = tagWith(QStringLiteral("hello"));
+    QVERIFY(m_store->addTag(t));
+    const QString path = m_store->file().path();
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadWrite));
+    switch (damage) {
+    case 0: f.resize(1000); break;
+    case 1: f.seek(32767 + 456); f.write("\xF0\x7F", 2); break;
+    case 2: f.resize(32767 + 460); break;
+    case 3: break;
+    case 4: {
+        EnvRecord env;
+        env.setTagCount(5);
+        f.write(env.bytes());
+        break;
+    }
+    }
+    f.close();
+
+    QString error;
+    if (tag == 0)
+        QVERIFY(!m_store->readEnv(&error));
+    else
+        QVERIFY(!m_store->readTag(tag, &error));
+    QVERIFY2(error.contains(reason), qPrintable(error));
+    QVERIFY2(error.contains(path), qPrintable(error));
+}
+
+void TestTagStore::tagNumbersWrap()
+{
+    QCOMPARE(tagNumberAfter(QStringLiteral("00001")), QStringLiteral("00002"));
+    QCOMPARE(tagNumberAfter(QStringLiteral("00999")), QStringLiteral("01000"));
+    QCOMPARE(tagNumberAfter(QStringLiteral("99999")), QStringLiteral("00001"));
+}
+
+QTEST_APPLESS_MAIN(TestTagStore)
+#include "tst_tagstore.moc"
