@@ -48,7 +48,11 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
 
 bool TagStore::writeTag(int k, const TagRecord &tag, QString *error) const
 {
-    return m_file.write(k + 1, tag.serialize(), error);
+    if (!m_file.write(k + 1, tag.serialize(), error))
+        return false;
+    if (tag.isFree())
+        m_freeFrom = qMin(m_freeFrom, k);
+    return true;
 }
 
 std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
@@ -59,10 +63,11 @@ std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
     const int count = env->tagCount();
     int k = count + 1;
     {
-        // One pass over the state marks to find a record free for reuse.
+        // Scan the state marks for a record free for reuse, starting where no
+        // free one can be below (the scan would otherwise make adding n tags cost n²).
         QFile file(m_file.path());
-        if (file.open(QIODevice::ReadOnly)) {
-            for (int i = 1; i <= count; ++i) {
+        if (m_freeFrom <= count && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+            for (int i = m_freeFrom; i <= count; ++i) {
                 file.seek(qint64(i) * m_file.slotSize() + 5);
                 if (file.read(1) == TagRecord::Deleted) {
                     k = i;
@@ -87,6 +92,7 @@ std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
         env->setTagCount(k);
     if (!writeEnv(*env, error))
         return std::nullopt;
+    m_freeFrom = k + 1;
     return k;
 }
 

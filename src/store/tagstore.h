@@ -32,6 +32,9 @@ public:
 
 private:
     DataFile m_file;
+    // No record below this one is free, as far as this store has seen; records
+    // freed by another writer are found again by the next TagStore.
+    mutable int m_freeFrom = 1;
 };
 
 // "00001" ... "99999", then "00001" again.

@@ -88,6 +88,20 @@ void TestTagStore::newTagsNumberAndReuse()
     QCOMPARE(m_store->tagCount(), 3);
     QCOMPARE(m_store->readTag(1)->message(), QStringLiteral("d"));
     QCOMPARE(m_store->readEnv()->nextTagNumber(), QStringLiteral("00005"));
+
+    // Freed after the scan moved past it, a record is still found again.
+    b.setStateMark(TagRecord::Deleted);
+    QVERIFY(m_store->writeTag(2, b));
+    TagRecord e = tagWith(QStringLiteral("e"));
+    QCOMPARE(m_store->addTag(e), std::optional<int>(2));
+    TagRecord f = tagWith(QStringLiteral("f"));
+    QCOMPARE(m_store->addTag(f), std::optional<int>(4));
+    // Another store over the same file sees what this one freed.
+    e.setStateMark(TagRecord::Deleted);
+    QVERIFY(m_store->writeTag(2, e));
+    TagStore other(m_store->file().path());
+    TagRecord g = tagWith(QStringLiteral("g"));
+    QCOMPARE(other.addTag(g), std::optional<int>(2));
 }
 
 void TestTagStore::rewriteLeavesTheRestOfTheSlot()

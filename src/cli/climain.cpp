@@ -1,0 +1,279 @@
+#include "climain.h"
+
+#include "cp932.h"
+#include "fileset.h"
+#include "recordjson.h"
+#include "singleinstance.h"
+#include "tagstore.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <cmath>
+#include <vector>
+
+namespace Cli {
+
+namespace {
+
+const QLatin1String RecordKey("record");
+const QLatin1String MessageKey("MessageText");
+const QLatin1String EnvKey("env");
+const QLatin1String TagsKey("tags");
+
+constexpr const char *Usage = "usage: pinboard-cli dump [DIR] | pinboard-cli load [DIR] FILE.json";
+
+bool fail(QString *error, const QString &why)
+{
+    if (error)
+        *error = why;
+    return false;
+}
+
+// The records of the new file: env, then tags[i] as record i + 2.
+struct Image
+{
+    EnvRecord env;
+    std::vector<TagRecord> tags;
+};
+
+// The record number of a dumped tag, or 0 with the reason.
+int recordNumber(const QJsonObject &tag, int tagCount, QString *error)
+{
+    const QJsonValue v = tag.value(RecordKey);
+    const double d = v.toDouble();
+    if (!v.isDouble() || d != std::floor(d) || d < 2 || d > tagCount + 1) {
+        if (tagCount == 0)
+            fail(error, QStringLiteral("\"record\" given but TagCount is 0"));
+        else
+            fail(error, QStringLiteral("\"record\" must be an integer from 2 to %1 (TagCount + 1)")
+                            .arg(tagCount + 1));
+        return 0;
+    }
+    return int(d);
+}
+
+std::optional<TagRecord> tagFromJson(QJsonObject object, QString *error)
+{
+    TagRecord tag;
+    object.remove(RecordKey);
+    const QJsonValue message = object.take(MessageKey);
+    if (!recordFromJson(object, tag, error))
+        return std::nullopt;
+    if (message.isUndefined())
+        return tag;
+    if (!message.isString()) {
+        fail(error, QStringLiteral("MessageText: expected a string"));
+        return std::nullopt;
+    }
+    const QString text = message.toString();
+    if (!Cp932::canEncode(text)) {
+        fail(error, QStringLiteral("MessageText: has a character that CP932 cannot hold"));
+        return std::nullopt;
+    }
+    const QByteArray bytes = Cp932::encode(text);
+    if (bytes.size() > TagRecord::MaxMessageBytes) {
+        fail(error, QStringLiteral("MessageText: %1 bytes in CP932, a message holds at most %2")
+                        .arg(bytes.size())
+                        .arg(TagRecord::MaxMessageBytes));
+        return std::nullopt;
+    }
+    tag.setMessageBytes(bytes);
+    return tag;
+}
+
+std::optional<Image> imageFromJson(const QJsonObject &dumped, QString *error)
+{
+    for (auto it = dumped.begin(); it != dumped.end(); ++it) {
+        if (it.key() != EnvKey && it.key() != TagsKey) {
+            fail(error, QStringLiteral("%1: no such member at the top level").arg(it.key()));
+            return std::nullopt;
+        }
+    }
+    if (!dumped.value(EnvKey).isObject()) {
+        fail(error, QStringLiteral("\"env\" is missing or not an object"));
+        return std::nullopt;
+    }
+    const QJsonValue tagsValue = dumped.value(TagsKey);
+    if (!tagsValue.isUndefined() && !tagsValue.isArray()) {
+        fail(error, QStringLiteral("\"tags\" is not an array"));
+        return std::nullopt;
+    }
+
+    Image image;
+    QString why;
+    if (!recordFromJson(dumped.value(EnvKey).toObject(), image.env, &why)) {
+        fail(error, QStringLiteral("env: %1").arg(why));
+        return std::nullopt;
+    }
+    why = image.env.problem();
+    if (!why.isEmpty()) {
+        fail(error, QStringLiteral("env: %1").arg(why));
+        return std::nullopt;
+    }
+
+    const int count = image.env.tagCount();
+    std::vector<std::optional<TagRecord>> given(count);
+    const QJsonArray tags = tagsValue.toArray();
+    for (qsizetype i = 0; i < tags.size(); ++i) {
+        if (!tags[i].isObject()) {
+            fail(error, QStringLiteral("tags[%1]: not an object").arg(i));
+            return std::nullopt;
+        }
+        const QJsonObject object = tags[i].toObject();
+        const int record = recordNumber(object, count, &why);
+        if (record == 0) {
+            fail(error, QStringLiteral("tags[%1]: %2").arg(i).arg(why));
+            return std::nullopt;
+        }
+        auto &slot = given[record - 2];
+        if (slot) {
+            fail(error, QStringLiteral("tags[%1]: record %2 is given twice").arg(i).arg(record));
+            return std::nullopt;
+        }
+        slot = tagFromJson(object, &why);
+        if (!slot) {
+            fail(error, QStringLiteral("record %1: %2").arg(record).arg(why));
+            return std::nullopt;
+        }
+    }
+
+    image.tags.reserve(count);
+    for (auto &slot : given) {
+        if (slot) {
+            image.tags.push_back(std::move(*slot));
+        } else {
+            // A gap in the dump is a record nobody uses.
+            TagRecord free;
+            free.setStateMark(TagRecord::Deleted);
+            image.tags.push_back(std::move(free));
+        }
+    }
+    return image;
+}
+
+bool writeImage(const Image &image, const QString &dt1Path, QString *error)
+{
+    QSaveFile file(dt1Path);
+    auto writeAt = [&file](qint64 offset, const QByteArray &bytes) {
+        return file.seek(offset) && file.write(bytes) == bytes.size();
+    };
+    bool ok = file.open(QIODevice::WriteOnly) && writeAt(0, image.env.bytes());
+    // Seeking past the end leaves the rest of each slot as zeros, as TagStore does.
+    for (size_t i = 0; ok && i < image.tags.size(); ++i)
+        ok = writeAt(qint64(i + 1) * TagRecord::SlotSize, image.tags[i].serialize());
+    if (ok && file.commit())
+        return true;
+    const QString why = file.errorString();
+    file.cancelWriting();
+    return fail(error, QStringLiteral("%1: %2").arg(dt1Path, why));
+}
+
+QString oneLine(QString text)
+{
+    text.replace(QLatin1String("\r\n"), QLatin1String(" "));
+    text.replace(u'\n', u' ');
+    text.replace(u'\r', u' ');
+    return text;
+}
+
+int failed(QIODevice &err, const QString &why)
+{
+    err.write(QStringLiteral("pinboard-cli: %1\n").arg(oneLine(why)).toUtf8());
+    return 1;
+}
+
+int runDump(const QString &dir, QIODevice &out, QIODevice &err)
+{
+    QString why;
+    const auto dumped = dump(FileSet::forDirectory(dir).dt1, &why);
+    if (!dumped)
+        return failed(err, why);
+    out.write(QJsonDocument(*dumped).toJson(QJsonDocument::Indented));
+    return 0;
+}
+
+int runLoad(const QString &dir, const QString &jsonPath, QIODevice &err)
+{
+    if (!QFileInfo(dir).isDir())
+        return failed(err, QStringLiteral("%1: no such directory").arg(dir));
+    QFile json(jsonPath);
+    if (!json.open(QIODevice::ReadOnly))
+        return failed(err, QStringLiteral("%1: %2").arg(jsonPath, json.errorString()));
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(json.readAll(), &parseError);
+    if (doc.isNull())
+        return failed(err, QStringLiteral("%1: invalid JSON at offset %2: %3")
+                               .arg(jsonPath)
+                               .arg(parseError.offset)
+                               .arg(parseError.errorString()));
+    if (!doc.isObject())
+        return failed(
+            err,
+            QStringLiteral("%1: not a dump: the top level is not a JSON object").arg(jsonPath));
+
+    SingleInstance lock(dir);
+    if (!lock.tryAcquire()) {
+        if (QFileInfo::exists(lock.lockPath()))
+            return failed(err,
+                          QStringLiteral("Pinboard is running on %1 (%2 is held); close it first")
+                              .arg(dir, QString::fromLatin1(SingleInstance::LockName)));
+        return failed(err, QStringLiteral("cannot lock %1").arg(lock.lockPath()));
+    }
+    QString why;
+    if (!load(doc.object(), FileSet::forDirectory(dir).dt1, &why))
+        return failed(err, QStringLiteral("%1: %2").arg(jsonPath, why));
+    return 0;
+}
+
+} // namespace
+
+std::optional<QJsonObject> dump(const QString &dt1Path, QString *error)
+{
+    if (!QFileInfo(dt1Path).isFile()) {
+        fail(error, QStringLiteral("%1: no such data file").arg(dt1Path));
+        return std::nullopt;
+    }
+    const TagStore store(dt1Path);
+    const auto env = store.readEnv(error);
+    if (!env)
+        return std::nullopt;
+    QJsonArray tags;
+    for (int k = 1; k <= env->tagCount(); ++k) {
+        const auto tag = store.readTag(k, error);
+        if (!tag)
+            return std::nullopt;
+        QJsonObject object = recordToJson(*tag);
+        object.insert(RecordKey, k + 1);
+        object.insert(MessageKey, tag->message());
+        tags.append(object);
+    }
+    return QJsonObject{{EnvKey, recordToJson(*env)}, {TagsKey, tags}};
+}
+
+bool load(const QJsonObject &dumped, const QString &dt1Path, QString *error)
+{
+    const auto image = imageFromJson(dumped, error);
+    return image && writeImage(*image, dt1Path, error);
+}
+
+int run(const QStringList &args, const QString &defaultDir, QIODevice &out, QIODevice &err)
+{
+    const QString command = args.value(0);
+    if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
+        out.write(Usage);
+        out.write("\n");
+        return 0;
+    }
+    if (command == QLatin1String("dump") && args.size() <= 2)
+        return runDump(args.size() == 2 ? args[1] : defaultDir, out, err);
+    if (command == QLatin1String("load") && args.size() == 2)
+        return runLoad(defaultDir, args[1], err);
+    if (command == QLatin1String("load") && args.size() == 3)
+        return runLoad(args[1], args[2], err);
+    return failed(err, QString::fromLatin1(Usage));
+}
+
+} // namespace Cli
