@@ -71,9 +71,12 @@ bool TagMain::start()
 {
     // 1. One Pinboard per data directory.
     m_instance = std::make_unique<SingleInstance>(m_files.dir);
-    if (!m_instance->tryAcquire()) {
+    const SingleInstance::Result lock = m_instance->acquire();
+    if (lock != SingleInstance::Result::Acquired) {
         m_instance.reset();
-        m_prompt.inform(QStringLiteral("既に起動されています。"));
+        m_prompt.inform(lock == SingleInstance::Result::HeldByAnother
+                            ? QStringLiteral("既に起動されています。")
+                            : runLocationMessage(RunLocation::NotWritable));
         return false;
     }
 

@@ -215,11 +215,12 @@ int runLoad(const QString &dir, const QString &jsonPath, QIODevice &err)
             QStringLiteral("%1: not a dump: the top level is not a JSON object").arg(jsonPath));
 
     SingleInstance lock(dir);
-    if (!lock.tryAcquire()) {
-        if (QFileInfo::exists(lock.lockPath()))
-            return failed(err,
-                          QStringLiteral("Pinboard is running on %1 (%2 is held); close it first")
-                              .arg(dir, QString::fromLatin1(SingleInstance::LockName)));
+    switch (lock.acquire()) {
+    case SingleInstance::Result::Acquired: break;
+    case SingleInstance::Result::HeldByAnother:
+        return failed(err, QStringLiteral("Pinboard is running on %1 (%2 is held); close it first")
+                               .arg(dir, QString::fromLatin1(SingleInstance::LockName)));
+    case SingleInstance::Result::NotWritable:
         return failed(err, QStringLiteral("cannot lock %1").arg(lock.lockPath()));
     }
     QString why;

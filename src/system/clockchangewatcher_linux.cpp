@@ -15,9 +15,9 @@ struct ClockChangeWatcher::Impl
 
     bool arm() const
     {
-        itimerspec spec{};
-        spec.it_value.tv_sec = 0x7FFFFFFF; // never expires on its own
-        return timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &spec, nullptr) == 0;
+        itimerspec farAway{};
+        farAway.it_value.tv_sec = 0x7FFFFFFF; // never expires on its own
+        return timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &farAway, nullptr) == 0;
     }
 };
 

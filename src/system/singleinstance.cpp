@@ -12,17 +12,18 @@ SingleInstance::~SingleInstance()
     release();
 }
 
-bool SingleInstance::tryAcquire()
+SingleInstance::Result SingleInstance::acquire()
 {
     if (isHeld())
-        return true;
+        return Result::Acquired;
     m_lock = std::make_unique<QLockFile>(m_path);
     // Stale only when its owner is gone, never by age: Pinboard runs for weeks.
     m_lock->setStaleLockTime(0);
     if (m_lock->tryLock(0))
-        return true;
+        return Result::Acquired;
+    const bool held = m_lock->error() == QLockFile::LockFailedError;
     m_lock.reset();
-    return false;
+    return held ? Result::HeldByAnother : Result::NotWritable;
 }
 
 void SingleInstance::release()

@@ -15,8 +15,11 @@ public:
     explicit SingleInstance(const QString &dataDir);
     ~SingleInstance();
 
-    // False while another live process holds the directory (or it cannot be locked).
-    bool tryAcquire();
+    enum class Result { Acquired, HeldByAnother, NotWritable };
+    // HeldByAnother while another live process holds the directory; NotWritable
+    // when no lock file can be made there at all.
+    Result acquire();
+    bool tryAcquire() { return acquire() == Result::Acquired; }
     bool isHeld() const { return m_lock && m_lock->isLocked(); }
     void release();
 

@@ -67,35 +67,20 @@ void TestFixedRecord::layoutChecks()
 void TestFixedRecord::littleEndianAndPadding()
 {
     FixedRecord r(Sample, 27);
-    // A fresh record: texts are spaces, numbers and pads zero, the date "no date".
-    QCOMPARE(r.bytes().first(3), QByteArray("   "));
-    QCOMPARE(r.bytes().mid(3, 9), QByteArray(9, '\0'));
-    QCOMPARE(r.date(5), OleDate::noDate());
-
-    r.setText(0, QStringLiteral("あい"));
-    r.setByte(1, 200);
+    QCOMPARE(r.date(5), OleDate::noDate()); // a fresh date field holds "no date"
+    r.setText(0, QStringLiteral("あい")); // "い" would be split: left out
     r.setInteger(2, -2);
     r.setLong(4, 0x01020304);
     r.setByte(6, 7, 2);
     r.setText(7, QStringLiteral("z"), 1);
-    const QByteArray b = r.bytes();
-    QCOMPARE(b.first(3), QByteArray("\x82\xa0 ")); // "い" would split: left out
-    QCOMPARE(quint8(b[3]), quint8(200));
-    QCOMPARE(b.mid(4, 2), QByteArray("\xFE\xFF"));
-    QCOMPARE(b.mid(6, 2), QByteArray(2, '\0'));
-    QCOMPARE(b.mid(8, 4), QByteArray("\x04\x03\x02\x01"));
-    QCOMPARE(b.mid(20, 3), QByteArray("\0\0\x07", 3));
-    QCOMPARE(b.mid(23, 4), QByteArray("  z "));
-
+    QCOMPARE(r.bytes().first(12), QByteArray("\x82\xa0 \0\xFE\xFF\0\0\x04\x03\x02\x01", 12));
+    QCOMPARE(r.bytes().mid(20), QByteArray("\0\0\x07  z ", 7));
     FixedRecord back(Sample, 27);
-    QVERIFY(back.setBytes(b + "extra"));
-    QCOMPARE(back.integer(2), -2);
-    QCOMPARE(back.byte(1), 200);
-    QCOMPARE(back.longValue(4), 0x01020304);
-    QCOMPARE(back.text(0), QStringLiteral("あ"));
-    QCOMPARE(back.text(7, 1), QStringLiteral("z"));
+    QVERIFY(back.setBytes(r.bytes() + "extra"));
     QVERIFY(back == r);
-    QVERIFY(!back.setBytes(b.first(26)));
+    QCOMPARE(back.integer(2), -2);
+    QCOMPARE(back.text(0), QStringLiteral("あ"));
+    QVERIFY(!back.setBytes(r.bytes().first(26)));
 }
 
 void TestFixedRecord::oleDate_data()

@@ -55,11 +55,9 @@ private Q_SLOTS:
     void paths_data();
     void paths();
     void firstRunCreatesNothing();
-    void currentFileIsLeftAsItIs();
     void oldFileIsConverted_data();
     void oldFileIsConverted();
     void missingRecordOneIsLeftAlone();
-    void unreadableDirectoryFails();
 };
 
 void TestFileSet::paths_data()
@@ -73,8 +71,6 @@ void TestFileSet::paths_data()
     QTest::newRow("folder") << QStringLiteral("C:\\Tools\\Pin") << QChar(u'\\')
                             << QStringLiteral("C:\\Tools\\Pin\\Pinboard.dt1")
                             << QStringLiteral("C:\\Tools\\Pin\\PinboardOld.dt1");
-    QTest::newRow("posix root") << QStringLiteral("/") << QChar(u'/') << QStringLiteral("/Pinboard.dt1")
-                                << QStringLiteral("/PinboardOld.dt1");
     QTest::newRow("posix folder") << QStringLiteral("/opt/pinboard") << QChar(u'/')
                                   << QStringLiteral("/opt/pinboard/Pinboard.dt1")
                                   << QStringLiteral("/opt/pinboard/PinboardOld.dt1");
@@ -100,22 +96,6 @@ void TestFileSet::firstRunCreatesNothing()
     QVERIFY(r.ok);
     QVERIFY(r.firstRun);
     QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("Pinboard.dt1"))));
-}
-
-void TestFileSet::currentFileIsLeftAsItIs()
-{
-    QTemporaryDir dir;
-    const FileSet f = FileSet::forDirectory(dir.path());
-    TagStore store(f.dt1);
-    QVERIFY(store.writeEnv(EnvRecord()));
-    TagRecord tag;
-    QVERIFY(store.addTag(tag));
-    const QByteArray before = fileBytes(f.dt1);
-    const PrepareResult r = prepareFileSet(f);
-    QVERIFY(r.ok);
-    QVERIFY(!r.firstRun);
-    QVERIFY(!r.converted);
-    QCOMPARE(fileBytes(f.dt1), before);
 }
 
 void TestFileSet::oldFileIsConverted_data()
@@ -186,18 +166,6 @@ void TestFileSet::missingRecordOneIsLeftAlone()
     QString error;
     QVERIFY(!TagStore(f.dt1).readEnv(&error));
     QVERIFY(error.contains(QStringLiteral("ends after 1500")));
-}
-
-void TestFileSet::unreadableDirectoryFails()
-{
-    QTemporaryDir dir;
-    // A data "directory" that is a plain file: nothing in it can be opened.
-    const QString notADir = dir.filePath(QStringLiteral("plain"));
-    QVERIFY(writeFile(notADir, "x"));
-    const FileSet f = FileSet::forDirectory(notADir);
-    const PrepareResult r = prepareFileSet(f);
-    QVERIFY(r.ok && r.firstRun); // nothing exists there yet...
-    QVERIFY(!TagStore(f.dt1).writeEnv(EnvRecord())); // ...and nothing can be written
 }
 
 QTEST_APPLESS_MAIN(TestFileSet)
