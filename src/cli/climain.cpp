@@ -2,7 +2,10 @@
 
 #include "cp932.h"
 #include "fileset.h"
+#include "oledate.h"
+#include "prompt.h"
 #include "recordjson.h"
+#include "schedule.h"
 #include "singleinstance.h"
 #include "tagstore.h"
 
@@ -23,7 +26,8 @@ const QLatin1String MessageKey("MessageText");
 const QLatin1String EnvKey("env");
 const QLatin1String TagsKey("tags");
 
-constexpr const char *Usage = "usage: pinboard-cli dump [DIR] | pinboard-cli load [DIR] FILE.json";
+constexpr const char *Usage = "usage: pinboard-cli dump [DIR] | load [DIR] FILE.json"
+                              " | eval [DIR] [--at \"yyyy/mm/dd hh:nn:ss\"] [--tag N]";
 
 bool fail(QString *error, const QString &why)
 {
@@ -229,6 +233,66 @@ int runLoad(const QString &dir, const QString &jsonPath, QIODevice &err)
     return 0;
 }
 
+// eval [DIR] [--at "yyyy/mm/dd hh:nn:ss"] [--tag N]: why a tag shows or not.
+int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, QIODevice &err)
+{
+    QString dir = defaultDir;
+    QDateTime now = QDateTime::currentDateTime();
+    int only = -1;
+    for (qsizetype i = 1; i < args.size(); ++i) {
+        const QString &a = args[i];
+        if (a == QLatin1String("--at") && i + 1 < args.size()) {
+            const QDateTime wall = OleDate::parse(args[++i]);
+            if (!wall.isValid())
+                return failed(err, QStringLiteral("--at %1: not of the form yyyy/mm/dd hh:nn:ss").arg(args[i]));
+            now = QDateTime(wall.date(), wall.time(), Qt::LocalTime);
+        } else if (a == QLatin1String("--tag") && i + 1 < args.size()) {
+            bool ok = false;
+            only = args[++i].toInt(&ok);
+            if (!ok || only < 1 || only > 99999)
+                return failed(err, QStringLiteral("--tag %1: not a tag number").arg(args[i]));
+        } else if (i == 1 && !a.startsWith(QLatin1String("--"))) {
+            dir = a;
+        } else {
+            return failed(err, QString::fromLatin1(Usage));
+        }
+    }
+    const TagStore store(FileSet::forDirectory(dir).dt1);
+    if (!store.file().exists())
+        return failed(err, QStringLiteral("%1: no such data file").arg(store.file().path()));
+    QString why;
+    const auto env = store.readEnv(&why);
+    if (!env)
+        return failed(err, why);
+    bool found = false;
+    for (int k = 1; k <= env->tagCount(); ++k) {
+        const auto tag = store.readTag(k, &why);
+        if (!tag)
+            return failed(err, why);
+        if (tag->stateMark() != QLatin1String(TagRecord::Live))
+            continue;
+        if (only >= 0 && tag->tagNumber().toInt() != only)
+            continue;
+        found = true;
+        const TagSchedule schedule = TagSchedule::fromRecord(*tag);
+        ScriptedPrompt prompt;
+        const auto answer = EvaluateSchedule(schedule, now, prompt);
+        QString line = tag->tagNumber() + u'\t';
+        if (answer) {
+            const bool shown = answer->result == ScheduleResult::Due;
+            line += QStringLiteral("%1\t%2\t").arg(int(answer->result)).arg(answer->seconds);
+            line += describeSchedule(schedule, shown, tag->byte(Tag::MailSent) == 1).replace(u'\n', u' ');
+        } else {
+            line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);
+            err.write(QStringLiteral("pinboard-cli: tag %1: %2\n").arg(tag->tagNumber(), prompt.shown.join(u' ')).toUtf8());
+        }
+        out.write((line + u'\n').toUtf8());
+    }
+    if (only >= 0 && !found)
+        return failed(err, QStringLiteral("no live tag %1").arg(only, 5, 10, QLatin1Char('0')));
+    return 0;
+}
+
 } // namespace
 
 std::optional<QJsonObject> dump(const QString &dt1Path, QString *error)
@@ -268,6 +332,8 @@ int run(const QStringList &args, const QString &defaultDir, QIODevice &out, QIOD
         out.write("\n");
         return 0;
     }
+    if (command == QLatin1String("eval"))
+        return runEval(args, defaultDir, out, err);
     if (command == QLatin1String("dump") && args.size() <= 2)
         return runDump(args.size() == 2 ? args[1] : defaultDir, out, err);
     if (command == QLatin1String("load") && args.size() == 2)

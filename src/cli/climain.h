@@ -6,7 +6,8 @@
 #include <QStringList>
 #include <optional>
 
-// pinboard-cli: dumps Pinboard.dt1 as JSON and loads such a dump back.
+// pinboard-cli: dumps Pinboard.dt1 as JSON, loads such a dump back, and tells
+// for each tag whether it is due at a given moment.
 namespace Cli {
 
 // Runs one command. args leaves out the program name; defaultDir stands in for a

@@ -133,6 +133,8 @@ private Q_SLOTS:
     void badInput_data();
     void badInput();
     void loadRefusedWhileLocked();
+    void evalSaysWhy_data();
+    void evalSaysWhy();
     void dirDefaultsToExecutableDir();
 };
 
@@ -322,6 +324,50 @@ void TestCli::dirDefaultsToExecutableDir()
     writeFile(json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})");
     QCOMPARE(runCli({QStringLiteral("load"), json}, exe).status, 0);
     QCOMPARE(TagStore(dt1Of(exeDir.path())).readTag(1)->message(), QStringLiteral("here"));
+}
+
+void TestCli::evalSaysWhy_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("out");
+    QTest::addColumn<QString>("err");
+    const QString at = QStringLiteral("--at");
+    const QByteArray daily = "00001\t5\t1801\t毎日、10:30 から 表示されます。\n";
+    const QByteArray dated = "00002\t1\t50401\t2024/05/01 10:00 から 表示されています。\n";
+    QTest::newRow("every live tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59")} << 0
+                                    << daily + dated << QString();
+    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"), QStringLiteral("--tag"),
+                                            QStringLiteral("2")}
+                             << 0 << dated << QString();
+    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")} << 1
+                                      << QByteArray() << QStringLiteral("no live tag 00003");
+    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1 << QByteArray()
+                                << QStringLiteral("not of the form");
+}
+
+void TestCli::evalSaysWhy()
+{
+    QFETCH(QStringList, options);
+    QFETCH(int, status);
+    QFETCH(QByteArray, out);
+    QFETCH(QString, err);
+    QTemporaryDir dir;
+    freshStore(dir.path());
+    const TagStore store(dt1Of(dir.path()));
+    TagRecord daily, dated, trashed;
+    daily.setByte(Tag::ScheduleKind, 2);
+    daily.setDate(Tag::DisplayDateTime, at(1900, 1, 1, 10, 30));
+    dated.setByte(Tag::ScheduleKind, 1);
+    dated.setDate(Tag::DisplayDateTime, at(2024, 5, 1, 10, 0));
+    trashed.setStateMark(TagRecord::InTrash);
+    for (TagRecord *t : {&daily, &dated, &trashed})
+        QVERIFY(store.addTag(*t));
+
+    const Run r = runCli(QStringList{QStringLiteral("eval"), dir.path()} + options);
+    QCOMPARE(r.status, status);
+    QCOMPARE(r.out, out);
+    QVERIFY2(QString::fromUtf8(r.err).contains(err), r.err.constData());
 }
 
 QTEST_GUILESS_MAIN(TestCli)
