@@ -2,12 +2,21 @@
 
 #include "clock.h"
 #include "clockchangewatcher.h"
+#include "desktopdisplay.h"
+#include "mainmenu.h"
 #include "prompt.h"
 #include "runlocation.h"
+#include "scheduler.h"
 #include "singleinstance.h"
+#include "soundselect.h"
+#include "tagactions.h"
+#include "tagpopupmenu.h"
 #include "tagstore.h"
+#include "tagwindow.h"
 #include "trayattach.h"
 
+#include <QApplication>
+#include <QEvent>
 #include <QMenu>
 #include <QPainter>
 #include <QPixmap>
@@ -35,7 +44,6 @@ QIcon pinboardIcon()
 TagMain::TagMain(const QString &dataDir, Prompt &prompt, Clock &clock, QObject *parent)
     : QObject(parent), m_prompt(prompt), m_clock(clock), m_files(FileSet::forDirectory(dataDir))
 {
-    connect(&m_scheduler, &SchedulerTimer::tick, this, &TagMain::SchedulerTick);
 }
 
 TagMain::~TagMain()
@@ -121,25 +129,37 @@ bool TagMain::start()
         m_env = *env;
     }
 
-    // 16. Nothing is waiting yet: the scheduler looks again within the hour.
-    m_scheduler.arm(SchedulerTimer::MaxWaitSeconds);
+    applySettingsToMenu();
+
+    // 15-16. The stored tags: due ones go up, files due are opened, mail due is
+    // sent, and the timer waits for the nearest change.
+    m_display = std::make_unique<DesktopDisplay>(*m_store, m_env, m_prompt);
+    m_display->setTray(m_tray.get(), m_icon);
+    connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
+    connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
+    connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
+    m_tagScheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_scheduler);
+    m_tagScheduler->loadAll();
     m_running = true;
     return true;
 }
 
 void TagMain::setUpTray()
 {
-    m_menu = std::make_unique<QMenu>();
-    m_menu->setObjectName(QStringLiteral("M_POPUP"));
-    QAction *cancel = m_menu->addAction(QStringLiteral("ｷｬﾝｾﾙ (ﾒﾆｭｰを閉じる)"));
-    cancel->setObjectName(QStringLiteral("mnu_PopCancel"));
-    QAction *exit = m_menu->addAction(QStringLiteral("終了"));
-    exit->setObjectName(QStringLiteral("mnuExit"));
-    connect(exit, &QAction::triggered, this, &TagMain::quitRequested);
-
-    m_tray = std::make_unique<QSystemTrayIcon>(pinboardIcon());
+    setUpMenus();
+    m_icon = pinboardIcon();
+    m_tray = std::make_unique<QSystemTrayIcon>(m_icon);
     m_tray->setToolTip(trayTip());
-    m_tray->setContextMenu(m_menu.get());
+    m_tray->setContextMenu(m_mainMenu->popup());
+    connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        const bool shift = QGuiApplication::queryKeyboardModifiers() & Qt::ShiftModifier;
+        if (reason == QSystemTrayIcon::Trigger)
+            trayMessage(TrayMessages::LeftUp, shift);
+        else if (reason == QSystemTrayIcon::DoubleClick)
+            trayMessage(TrayMessages::LeftDoubleClick, shift);
+    });
+    // Hovering shows the next tip; the tray widget asks for its tip just then.
+    qApp->installEventFilter(this);
 
     m_trayAttach = std::make_unique<TrayAttach>(
         [this] {
@@ -155,7 +175,192 @@ void TagMain::setUpTray()
 
 void TagMain::SchedulerTick()
 {
-    m_scheduler.arm(SchedulerTimer::MaxWaitSeconds);
+    if (m_tagScheduler)
+        m_tagScheduler->SchedulerTick();
+}
+
+QMenu *TagMain::trayMenu() const
+{
+    return m_mainMenu ? m_mainMenu->popup() : nullptr;
+}
+
+bool TagMain::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip && m_tray
+        && QLatin1String(watched->metaObject()->className()) == QLatin1String("QSystemTrayIconSys"))
+        trayMessage(TrayMessages::MouseMove, false);
+    return QObject::eventFilter(watched, event);
+}
+
+void TagMain::trayMessage(int message, bool shift)
+{
+    switch (m_trayMessages.decode(message, shift)) {
+    case TrayMessages::Action::ShowTip:
+        if (m_tray && !m_paused)
+            m_tray->setToolTip(m_trayMessages.currentTip());
+        break;
+    case TrayMessages::Action::RaiseTags:
+    case TrayMessages::Action::ScreenCopy: // no screen copy in this program: raise the tags
+        onTagPressed();
+        if (m_display)
+            m_display->raiseAll();
+        break;
+    case TrayMessages::Action::NewTag:
+        onTagDoubleClicked();
+        break;
+    case TrayMessages::Action::OpenMenu:
+        if (m_mainMenu)
+            m_mainMenu->popup()->popup(QCursor::pos());
+        break;
+    case TrayMessages::Action::None: break;
+    }
+}
+
+void TagMain::setUpMenus()
+{
+    m_mainMenu = std::make_unique<MainMenu>();
+    m_tagMenu = std::make_unique<TagPopupMenu>();
+    connect(m_tagMenu.get(), &TagPopupMenu::chosen, this,
+            [this](int k, TagPopupMenu::Entry entry) { onTagMenu(k, int(entry)); });
+    auto on = [this](const char *name, auto handler) {
+        connect(m_mainMenu->action(QString::fromLatin1(name)), &QAction::triggered, this, handler);
+    };
+    on("mnuExit", [this] { Q_EMIT quitRequested(); });
+    on("mnu_AutoPosYes", [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 1); }); });
+    on("mnu_AutoPosNo", [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 0); }); });
+    // Each switch stores the opposite of what its check mark showed.
+    for (const auto &[name, field] : {std::pair{"mnu_ScmTop", int(Env::ScmTop)},
+                                      std::pair{"mnu_NetTop", int(Env::NetTop)},
+                                      std::pair{"mnu_NetSound", int(Env::NetSound)}}) {
+        // Qt has flipped the check already: checked is the negation of what it showed.
+        connect(m_mainMenu->action(QString::fromLatin1(name)), &QAction::triggered, this,
+                [this, f = field](bool checked) {
+                    changeSetting([f, checked](EnvRecord &e) { e.setByte(f, checked ? 1 : 0); });
+                });
+    }
+    for (int i = 0; i < MainMenu::BackColors; ++i)
+        on(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(i)),
+           [this, i] { changeSetting([i](EnvRecord &e) { e.setByte(Env::BackColor, i); }); });
+    on("mnu_SoundSel", [this] {
+        SoundSelect dialog(*m_store, m_display->sound(), m_prompt);
+        dialog.exec();
+        if (const auto env = m_store->readEnv())
+            m_env = *env;
+    });
+    on("mnu_Redisp", [this] { m_tagScheduler->redisplay(); });
+    on("mnuStop", [this] { togglePause(); });
+    on("mnu_LeftTop", [this] { m_display->arrange(Corner::TopLeft); });
+    on("mnu_LeftUnder", [this] { m_display->arrange(Corner::BottomLeft); });
+    on("mnu_RightTop", [this] { m_display->arrange(Corner::TopRight); });
+    on("mnu_RightUnder", [this] { m_display->arrange(Corner::BottomRight); });
+}
+
+void TagMain::applySettingsToMenu()
+{
+    auto check = [this](const char *name, bool on) { m_mainMenu->action(QString::fromLatin1(name))->setChecked(on); };
+    check("mnu_AutoPosYes", m_env.byte(Env::AutoPosition) == 1);
+    check("mnu_AutoPosNo", m_env.byte(Env::AutoPosition) != 1);
+    check("mnu_ScmTop", m_env.byte(Env::ScmTop) == 1);
+    check("mnu_NetTop", m_env.byte(Env::NetTop) == 1);
+    check("mnu_NetSound", m_env.byte(Env::NetSound) == 1);
+    const int back = m_env.byte(Env::BackColor);
+    if (back < MainMenu::BackColors)
+        check(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(back)), true);
+}
+
+bool TagMain::changeSetting(const std::function<void(EnvRecord &)> &change)
+{
+    QString error;
+    auto env = m_store->readEnv(&error);
+    if (env) {
+        change(*env);
+        if (m_store->writeEnv(*env, &error))
+            m_env = *env;
+    }
+    if (!error.isEmpty())
+        qWarning().noquote() << "Pinboard:" << error;
+    applySettingsToMenu();
+    return error.isEmpty();
+}
+
+void TagMain::togglePause()
+{
+    m_paused = !m_paused;
+    m_tagScheduler->setPaused(m_paused);
+    m_mainMenu->action(QStringLiteral("mnuStop"))->setText(m_paused ? QStringLiteral("再開") : QStringLiteral("一時停止"));
+    if (m_tray)
+        m_tray->setToolTip(m_paused ? TrayMessages::pausedTip() : trayTip());
+}
+
+void TagMain::onTagPressed()
+{
+    if (!m_display)
+        return;
+    m_display->stopBlink();
+    m_display->sound().stopMidi();
+}
+
+void TagMain::onTagDoubleClicked()
+{
+    // The editor joins the program later; while it is open no second one starts.
+    if (m_editorOpen)
+        m_prompt.inform(QStringLiteral("登録画面が表示されています。終了させて下さい。"));
+}
+
+void TagMain::onTagMenu(int k, int entry)
+{
+    auto tag = m_store->readTag(k);
+    if (!tag)
+        return;
+    TagWindow *w = m_display->window(k);
+    switch (TagPopupMenu::Entry(entry)) {
+    case TagPopupMenu::ClipCopy:
+        TagActions::copyToClipboard(tag->message());
+        break;
+    case TagPopupMenu::Print:
+        TagActions::print(*tag, w);
+        break;
+    case TagPopupMenu::URLOpen:
+        TagActions::openUrl(tag->message());
+        break;
+    case TagPopupMenu::Update:
+        onTagDoubleClicked();
+        break;
+    case TagPopupMenu::Close:
+        m_tagScheduler->hideTag(k);
+        break;
+    case TagPopupMenu::Delete:
+        tag->setStateMark(TagRecord::InTrash);
+        if (m_store->writeTag(k, *tag))
+            m_tagScheduler->dropTag(k);
+        break;
+    case TagPopupMenu::Create: {
+        TagRecord copy = *tag;
+        copy.setLong(Tag::PosX, tag->longValue(Tag::PosX) + 20);
+        copy.setLong(Tag::PosY, tag->longValue(Tag::PosY) + 20);
+        QString error;
+        if (const auto added = m_store->addTag(copy, &error))
+            m_tagScheduler->tagChanged(*added);
+        else
+            qWarning().noquote() << "Pinboard:" << error;
+        break;
+    }
+    case TagPopupMenu::ReSize:
+        if (w) {
+            const QSize size = TagActions::fitToText(*w);
+            tag->setLong(Tag::Width, size.width());
+            tag->setLong(Tag::Height, size.height());
+            m_store->writeTag(k, *tag);
+        }
+        break;
+    case TagPopupMenu::Default: {
+        const TagRecord styled = TagActions::withDefaults(*tag, m_env);
+        if (m_store->writeTag(k, styled) && w)
+            w->refresh(styled, m_env);
+        break;
+    }
+    default: break;
+    }
 }
 
 void TagMain::shutdown()
@@ -167,11 +372,23 @@ void TagMain::shutdown()
         m_trayAttach->stop();
     if (m_tray)
         m_tray->hide();
+    qApp->removeEventFilter(this);
+    if (m_display)
+        m_display->setTray(nullptr, {});
     m_tray.reset();
-    m_menu.reset();
+    // 2. The tag windows.
+    if (m_display)
+        m_display->closeAll();
     // 3. Timers.
     m_scheduler.stop();
     m_clockWatcher.reset();
+    // 7. The alarm that may still be playing.
+    if (m_display)
+        m_display->sound().stopMidi();
+    m_tagScheduler.reset();
+    m_display.reset();
+    m_mainMenu.reset();
+    m_tagMenu.reset();
     m_running = false;
     // Last: the data directory is free for the next Pinboard or pinboard-cli.
     m_instance.reset();

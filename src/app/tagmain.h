@@ -3,16 +3,23 @@
 #include "envrecord.h"
 #include "fileset.h"
 #include "schedulertimer.h"
+#include "tagplacement.h"
+#include "traymessages.h"
 
 #include <QObject>
 #include <QSystemTrayIcon>
+#include <functional>
 #include <memory>
 
 class Clock;
 class ClockChangeWatcher;
+class DesktopDisplay;
+class MainMenu;
 class Prompt;
 class QMenu;
+class Scheduler;
 class SingleInstance;
+class TagPopupMenu;
 class TagStore;
 class TrayAttach;
 
@@ -41,11 +48,23 @@ public:
     SchedulerTimer &scheduler() { return m_scheduler; }
     TrayAttach *trayAttach() const { return m_trayAttach.get(); }
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
-    QMenu *trayMenu() const { return m_menu.get(); }
+    QMenu *trayMenu() const;
+    MainMenu *mainMenu() const { return m_mainMenu.get(); }
+    TagPopupMenu *tagMenu() const { return m_tagMenu.get(); }
+    DesktopDisplay *display() const { return m_display.get(); }
+    Scheduler *tagScheduler() const { return m_tagScheduler.get(); }
     bool isRunning() const { return m_running; }
+    bool isPaused() const { return m_paused; }
 
     // The scheduler's tick: looks at the tags and re-arms the timer.
     void SchedulerTick();
+    // A mouse message of the tray icon (0x200 moved over it ... 0x204 right button).
+    void trayMessage(int message, bool shift);
+    // The editor opens from the tray, a tag and the lists once it is part of the program.
+    bool isEditorOpen() const { return m_editorOpen; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 Q_SIGNALS:
     // The user asked to quit, or gave up waiting for the tray.
@@ -54,6 +73,14 @@ Q_SIGNALS:
 private:
     bool end(const QString &message);
     void setUpTray();
+    void setUpMenus();
+    void applySettingsToMenu();
+    // Reads record 1, lets change alter it, writes it back and keeps the copy.
+    bool changeSetting(const std::function<void(EnvRecord &)> &change);
+    void togglePause();
+    void onTagPressed();
+    void onTagDoubleClicked();
+    void onTagMenu(int k, int entry);
 
     Prompt &m_prompt;
     Clock &m_clock;
@@ -65,7 +92,14 @@ private:
     std::unique_ptr<TagStore> m_store;
     SchedulerTimer m_scheduler;
     std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
-    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<MainMenu> m_mainMenu;
+    std::unique_ptr<TagPopupMenu> m_tagMenu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     std::unique_ptr<TrayAttach> m_trayAttach;
+    std::unique_ptr<DesktopDisplay> m_display;
+    std::unique_ptr<Scheduler> m_tagScheduler;
+    TrayMessages m_trayMessages;
+    QIcon m_icon;
+    bool m_paused = false;
+    bool m_editorOpen = false;
 };

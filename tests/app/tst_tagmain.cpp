@@ -1,4 +1,8 @@
 #include "clock.h"
+#include "desktopdisplay.h"
+#include "scheduler.h"
+#include "tagpopupmenu.h"
+#include "tagwindow.h"
 #include "prompt.h"
 #include "singleinstance.h"
 #include "tagmain.h"
@@ -10,6 +14,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeZone>
 
 #include <ctime>
 
@@ -32,6 +37,7 @@ private Q_SLOTS:
     void unwritableDirectoryEndsStartUp();
     void shutdownLeavesNothing();
     void clockChangeBringsTheTickForward();
+    void dueTagsAppearAtStartUp();
     void trayRetries_data();
     void trayRetries();
 
@@ -162,6 +168,34 @@ void TestTagMain::clockChangeBringsTheTickForward()
     clock_gettime(CLOCK_REALTIME, &now);
     QCOMPARE(clock_settime(CLOCK_REALTIME, &now), 0);
     QTRY_COMPARE(main.scheduler().intervalMs(), 1000);
+}
+
+void TestTagMain::dueTagsAppearAtStartUp()
+{
+    QTemporaryDir dir;
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(store.writeEnv(EnvRecord()));
+    TagRecord now, later, trashed;
+    now.setMessage(QStringLiteral("今すぐ"));
+    later.setByte(Tag::ScheduleKind, 1);
+    later.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 2), QTime(9, 0), QTimeZone::utc()));
+    trashed.setStateMark(TagRecord::InTrash);
+    for (TagRecord *t : {&now, &later, &trashed})
+        QVERIFY(store.addTag(*t));
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+    QCOMPARE(main.display()->window(1)->text(), QStringLiteral("今すぐ"));
+    QCOMPARE(main.tagScheduler()->state(2), int(Scheduler::Waiting));
+    QCOMPARE(main.scheduler().intervalMs(), 3600000); // tomorrow is more than an hour away
+
+    // Its pop-up menu: into the trash, and the window goes.
+    main.tagMenu()->prepare(1, false);
+    main.tagMenu()->entryAction(TagPopupMenu::Delete)->trigger();
+    QCOMPARE(store.readTag(1)->stateMark(), QStringLiteral("D"));
+    QVERIFY(main.display()->shownTags().isEmpty());
+    QVERIFY(prompt.shown.isEmpty());
 }
 
 void TestTagMain::trayRetries_data()

@@ -1,0 +1,167 @@
+#include "desktopdisplay.h"
+
+#include "fileopener.h"
+#include "prompt.h"
+#include "tagstore.h"
+#include "tagwindow.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QSystemTrayIcon>
+
+DesktopDisplay::DesktopDisplay(const TagStore &store, const EnvRecord &env, Prompt &prompt, QObject *parent)
+    : QObject(parent), m_store(store), m_env(env), m_prompt(prompt)
+{
+    m_sound.setBeeper([] { QApplication::beep(); });
+    m_blink.setInterval(BlinkMs);
+    connect(&m_blink, &QTimer::timeout, this, [this] {
+        m_blinkOn = !m_blinkOn;
+        if (m_tray)
+            m_tray->setIcon(m_blinkOn ? QIcon() : m_icon);
+    });
+}
+
+DesktopDisplay::~DesktopDisplay() = default;
+
+void DesktopDisplay::setTray(QSystemTrayIcon *tray, const QIcon &icon)
+{
+    m_tray = tray;
+    m_icon = icon;
+    if (!tray)
+        m_blink.stop();
+}
+
+TagWindow *DesktopDisplay::window(int k) const
+{
+    const auto it = m_windows.find(k);
+    return it == m_windows.end() ? nullptr : it->second.get();
+}
+
+QList<int> DesktopDisplay::shownTags() const
+{
+    QList<int> shown;
+    for (const auto &[k, w] : m_windows)
+        if (w->isVisible())
+            shown << k;
+    return shown;
+}
+
+void DesktopDisplay::showTag(int k, const TagRecord &tag)
+{
+    TagWindow *w = window(k);
+    if (w) {
+        w->refresh(tag, m_env);
+    } else {
+        auto owned = std::make_unique<TagWindow>(k, tag, m_env);
+        w = owned.get();
+        connect(w, &TagWindow::pressed, this, &DesktopDisplay::tagPressed);
+        connect(w, &TagWindow::doubleClicked, this, &DesktopDisplay::tagDoubleClicked);
+        connect(w, &TagWindow::popupRequested, this, &DesktopDisplay::tagPopupRequested);
+        connect(w, &TagWindow::moved, this, &DesktopDisplay::storePosition);
+        m_windows.emplace(k, std::move(owned));
+    }
+    // The settings may lift scheduled tags, or those from other computers, above the rest.
+    const bool received = tag.text(Tag::ReceivedMark) == u"1";
+    const bool lifted = tag.byte(Tag::TopMost) == 1
+                        || (received ? m_env.byte(Env::NetTop) == 1
+                                     : m_env.byte(Env::ScmTop) == 1 && tag.byte(Tag::ScheduleKind) != 0);
+    if (lifted != bool(w->windowFlags() & Qt::WindowStaysOnTopHint))
+        w->setWindowFlag(Qt::WindowStaysOnTopHint, lifted);
+    w->show();
+    w->raise();
+}
+
+void DesktopDisplay::takeDown(int k)
+{
+    const auto it = m_windows.find(k);
+    if (it == m_windows.end())
+        return;
+    it->second->hide();
+    // Deleted later: the window may be taking down itself from its own menu.
+    it->second.release()->deleteLater();
+    m_windows.erase(it);
+}
+
+bool DesktopDisplay::isShown(int k) const
+{
+    const TagWindow *w = window(k);
+    return w && w->isVisible();
+}
+
+void DesktopDisplay::openFile(int, const QString &path)
+{
+    OpenFileWithAssociation(path, m_prompt);
+}
+
+void DesktopDisplay::playSound(const QString &path)
+{
+    m_sound.play(path, nullptr);
+}
+
+void DesktopDisplay::beep()
+{
+    m_sound.beep();
+}
+
+void DesktopDisplay::startBlink()
+{
+    if (!m_blink.isActive())
+        m_blink.start();
+}
+
+void DesktopDisplay::stopBlink()
+{
+    m_blink.stop();
+    m_blinkOn = false;
+    if (m_tray)
+        m_tray->setIcon(m_icon);
+}
+
+void DesktopDisplay::sendMail(int, const TagRecord &tag)
+{
+    // Mail goes out once the SMTP session is part of the program; until then
+    // the due mail is only recorded here.
+    qInfo().noquote() << "Pinboard: tag" << tag.tagNumber() << "is due to be mailed; no mail session yet";
+}
+
+void DesktopDisplay::raiseAll()
+{
+    for (const auto &[k, w] : m_windows) {
+        if (!w->isVisible())
+            continue;
+        w->raise();
+    }
+}
+
+void DesktopDisplay::arrange(Corner corner)
+{
+    const QList<int> shown = shownTags();
+    QList<QSize> sizes;
+    for (int k : shown)
+        sizes << window(k)->size();
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, 1024, 768);
+    const QList<QPoint> places = arrangeTags(corner, sizes, area, m_env.integer(Env::ArrangeGap));
+    for (qsizetype i = 0; i < shown.size() && i < places.size(); ++i) {
+        window(shown[i])->move(places[i]);
+        storePosition(shown[i], places[i]);
+    }
+}
+
+void DesktopDisplay::closeAll()
+{
+    m_blink.stop();
+    m_windows.clear();
+}
+
+void DesktopDisplay::storePosition(int k, const QPoint &topLeft)
+{
+    auto tag = m_store.readTag(k);
+    if (!tag)
+        return;
+    tag->setLong(Tag::PosX, topLeft.x());
+    tag->setLong(Tag::PosY, topLeft.y());
+    QString error;
+    if (!m_store.writeTag(k, *tag, &error))
+        qWarning().noquote() << "Pinboard:" << error;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QDialog>
+#include <functional>
+#include <memory>
+
+class Prompt;
+class QFileDialog;
+class QLineEdit;
+class QPushButton;
+class SoundPlayer;
+class TagStore;
+
+// Chooses the sound played when a tag from another computer arrives; stored
+// in record 1 as ArrivalSound and ArrivalSoundChoice.
+class SoundSelect : public QDialog
+{
+    Q_OBJECT
+public:
+    SoundSelect(TagStore &store, SoundPlayer &player, Prompt &prompt, QWidget *parent = nullptr);
+
+    // Answers cmd_Sound with a path, or an empty text when the user cancelled.
+    using FileChooser = std::function<QString()>;
+    void setFileChooser(FileChooser chooser) { m_chooseFile = std::move(chooser); }
+
+    // The file dialog cmd_Sound shows by default, not yet shown.
+    static std::unique_ptr<QFileDialog> createFileDialog(QWidget *parent = nullptr);
+    // The user's music folder, or /usr/share/sounds when there is none.
+    static QString startFolder();
+
+    void done(int result) override;
+
+private:
+    void choose();
+    void store();
+
+    TagStore &m_store;
+    SoundPlayer &m_player;
+    Prompt &m_prompt;
+    FileChooser m_chooseFile;
+    QLineEdit *m_sound;
+};

@@ -1,0 +1,72 @@
+#include "tagplacement.h"
+
+#include <algorithm>
+
+namespace {
+qint64 overlap(const QRect &a, const QRect &b)
+{
+    const QRect both = a.intersected(b);
+    return both.isEmpty() ? 0 : qint64(both.width()) * both.height();
+}
+
+// Shrinks r to fit area and moves it the least distance that puts it inside.
+QRect fitInside(const QRect &r, const QRect &area)
+{
+    QRect out(r.topLeft(), r.size().boundedTo(area.size()));
+    out.moveLeft(std::clamp(out.left(), area.left(), area.right() - out.width() + 1));
+    out.moveTop(std::clamp(out.top(), area.top(), area.bottom() - out.height() + 1));
+    return out;
+}
+} // namespace
+
+QRect placeTag(const QRect &wanted, const QList<QRect> &workAreas, bool autoPosition)
+{
+    if (workAreas.isEmpty())
+        return wanted;
+    // A window not yet sized still has a place: count it as one pixel.
+    const QRect probe(wanted.topLeft(), wanted.size().expandedTo(QSize(1, 1)));
+    qsizetype best = -1;
+    qint64 bestOverlap = 0;
+    for (qsizetype i = 0; i < workAreas.size(); ++i) {
+        const qint64 o = overlap(probe, workAreas.at(i));
+        if (o > bestOverlap)
+            best = i, bestOverlap = o;
+    }
+    if (best < 0)
+        return fitInside(wanted, workAreas.first());
+    if (!autoPosition)
+        return wanted;
+    return fitInside(wanted, workAreas.at(best));
+}
+
+QList<QPoint> arrangeTags(Corner corner, const QList<QSize> &sizes, const QRect &workArea, int gap)
+{
+    const bool right = corner == Corner::TopRight || corner == Corner::BottomRight;
+    const bool bottom = corner == Corner::BottomLeft || corner == Corner::BottomRight;
+    // Distances are measured from the corner inwards and mirrored at the end.
+    const int innerWidth = workArea.width() - 2 * gap;
+    const int innerHeight = workArea.height() - 2 * gap;
+    QList<QPoint> out;
+    out.reserve(sizes.size());
+    int column = 0;     // distance of the current column from the corner's side
+    int columnWide = 0; // widest window in the current column
+    int along = 0;      // distance of the next window from the corner's edge
+    for (const QSize &s : sizes) {
+        if (along > 0 && along + s.height() > innerHeight) {
+            column += columnWide + gap;
+            columnWide = 0;
+            along = 0;
+        }
+        // Out of columns: start again at the corner rather than leave the screen.
+        if (column > 0 && column + s.width() > innerWidth)
+            column = 0;
+        const int x = right ? workArea.right() + 1 - gap - column - s.width()
+                            : workArea.left() + gap + column;
+        const int y = bottom ? workArea.bottom() + 1 - gap - along - s.height()
+                             : workArea.top() + gap + along;
+        out.append(QPoint(x, y));
+        columnWide = std::max(columnWide, s.width());
+        along += s.height() + gap;
+    }
+    return out;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QList>
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
+// Where a tag window goes: at wanted when autoPosition is off and wanted lies on one of
+// the screens' work areas; when autoPosition is on, moved (and shrunk if it must be) so that it
+// lies wholly inside the work area it mostly overlaps; a window on no screen at all (a monitor
+// that is gone) goes to the first (primary) work area, never off-screen.
+QRect placeTag(const QRect &wanted, const QList<QRect> &workAreas, bool autoPosition);
+
+enum class Corner
+{
+    TopLeft,
+    BottomLeft,
+    TopRight,
+    BottomRight
+};
+
+// The four arrangement commands: top-left positions for windows of the given sizes, laid one
+// after another from the corner in columns (top-left: downwards, then the next column to the
+// right; bottom corners upwards; right corners with columns going left), gap pixels apart,
+// wrapping to a new column when the next would leave the work area.
+QList<QPoint> arrangeTags(Corner corner, const QList<QSize> &sizes, const QRect &workArea, int gap);

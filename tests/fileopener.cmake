@@ -1,0 +1,1 @@
+pb_add_test(fileopener system pb_system)

@@ -1,0 +1,96 @@
+#include "tagplacement.h"
+
+#include <QTest>
+
+namespace {
+// Primary screen above a 40-pixel task bar, a second one to its right.
+const QList<QRect> One{{0, 0, 1280, 760}};
+const QList<QRect> Two{{0, 0, 1280, 760}, {1280, 0, 1920, 1080}};
+using Points = QList<QPoint>;
+} // namespace
+
+class TestTagPlacement : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void place_data();
+    void place();
+    void arrange_data();
+    void arrange();
+};
+
+void TestTagPlacement::place_data()
+{
+    QTest::addColumn<QRect>("wanted");
+    QTest::addColumn<QList<QRect>>("areas");
+    QTest::addColumn<bool>("autoPosition");
+    QTest::addColumn<QRect>("placed");
+    const auto row = [](const char *name, QRect wanted, const QList<QRect> &areas, bool on,
+                        QRect placed) { QTest::newRow(name) << wanted << areas << on << placed; };
+    row("off: inside stays", {100, 100, 200, 120}, One, false, {100, 100, 200, 120});
+    row("off: partly off stays", {1200, 700, 200, 120}, One, false, {1200, 700, 200, 120});
+    row("off: on the second", {2000, 900, 200, 120}, Two, false, {2000, 900, 200, 120});
+    row("on: inside stays", {100, 100, 200, 120}, One, true, {100, 100, 200, 120});
+    row("on: off the right", {1200, 100, 200, 120}, One, true, {1080, 100, 200, 120});
+    row("on: off the top left", {-50, -20, 200, 120}, One, true, {0, 0, 200, 120});
+    row("on: over the task bar", {100, 700, 200, 120}, One, true, {100, 640, 200, 120});
+    row("on: too big is shrunk", {100, 100, 2000, 900}, One, true, {0, 0, 1280, 760});
+    row("on: mostly on the second", {1200, 100, 300, 120}, Two, true, {1280, 100, 300, 120});
+    row("on: mostly on the first", {1100, 100, 300, 120}, Two, true, {980, 100, 300, 120});
+    row("on: below the second", {2000, 1050, 200, 120}, Two, true, {2000, 960, 200, 120});
+    row("gone screen, off", {4000, 200, 200, 120}, Two, false, {1080, 200, 200, 120});
+    row("gone screen, on", {-3000, 900, 200, 120}, Two, true, {0, 640, 200, 120});
+    row("second screen gone", {2000, 900, 200, 120}, One, false, {1080, 640, 200, 120});
+    row("no size yet", {50, 60, 0, 0}, One, true, {50, 60, 0, 0});
+    row("no screens at all", {-500, 9000, 200, 120}, {}, true, {-500, 9000, 200, 120});
+}
+
+void TestTagPlacement::place()
+{
+    QFETCH(QRect, wanted);
+    QFETCH(QList<QRect>, areas);
+    QFETCH(bool, autoPosition);
+    QFETCH(QRect, placed);
+    QCOMPARE(placeTag(wanted, areas, autoPosition), placed);
+}
+
+void TestTagPlacement::arrange_data()
+{
+    QTest::addColumn<Corner>("corner");
+    QTest::addColumn<QList<QSize>>("sizes");
+    QTest::addColumn<QRect>("area");
+    QTest::addColumn<int>("gap");
+    QTest::addColumn<Points>("expected");
+    // The third does not fit below the second and opens the next column.
+    const QList<QSize> three{{200, 100}, {150, 100}, {100, 100}};
+    const QRect low(0, 0, 1000, 300);
+    const auto row = [](const char *name, Corner c, const QList<QSize> &sizes, QRect area, int gap,
+                        const Points &expected) {
+        QTest::newRow(name) << c << sizes << area << gap << expected;
+    };
+    row("top left", Corner::TopLeft, three, low, 10, {{10, 10}, {10, 120}, {220, 10}});
+    row("bottom left", Corner::BottomLeft, three, low, 10, {{10, 190}, {10, 80}, {220, 190}});
+    row("top right", Corner::TopRight, three, low, 10, {{790, 10}, {840, 120}, {680, 10}});
+    row("bottom right", Corner::BottomRight, three, low, 10, {{790, 190}, {840, 80}, {680, 190}});
+    row("no gap", Corner::TopLeft, three, low, 0, {{0, 0}, {0, 100}, {0, 200}});
+    row("second screen", Corner::BottomRight, three, {1280, 40, 1920, 1000}, 8,
+        {{2992, 932}, {3042, 824}, {3092, 716}});
+    row("taller than the area", Corner::TopLeft, {{100, 400}, {100, 50}}, low, 10,
+        {{10, 10}, {120, 10}});
+    row("out of columns", Corner::TopLeft, QList<QSize>(5, {200, 100}), {0, 0, 400, 300}, 10,
+        {{10, 10}, {10, 120}, {10, 10}, {10, 120}, {10, 10}});
+    row("none", Corner::TopRight, {}, low, 10, {});
+}
+
+void TestTagPlacement::arrange()
+{
+    QFETCH(Corner, corner);
+    QFETCH(QList<QSize>, sizes);
+    QFETCH(QRect, area);
+    QFETCH(int, gap);
+    QFETCH(Points, expected);
+    QCOMPARE(arrangeTags(corner, sizes, area, gap), expected);
+}
+
+QTEST_APPLESS_MAIN(TestTagPlacement)
+#include "tst_tagplacement.moc"

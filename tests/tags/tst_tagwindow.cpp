@@ -1,0 +1,391 @@
+#include "tagactions.h"
+#include "tagpopupmenu.h"
+#include "tagwindow.h"
+
+#include <QLabel>
+#include <QPainter>
+#include <QPrinter>
+#include <QProcess>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+TagRecord makeTag(const QString &message, qint32 fore = 0x0000FF, qint32 back = 0xFFFF00)
+{
+    TagRecord t;
+    t.setMessage(message);
+    t.setText(Tag::FontName, u"DejaVu Sans"_s);
+    t.setByte(Tag::FontSize, 12);
+    t.setLong(Tag::ForeColor, fore);
+    t.setLong(Tag::BackColor, back);
+    t.setLong(Tag::PosX, 100);
+    t.setLong(Tag::PosY, 80);
+    return t;
+}
+const QColor Red(255, 0, 0), Cyan(0, 255, 255), White(255, 255, 255), Light(223, 223, 223);
+} // namespace
+
+class TestTagWindow : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void look();
+    void border_data();
+    void border();
+    void received_data();
+    void received();
+    void blinkingEatsOnePress();
+    void popupUrlFlag_data();
+    void popupUrlFlag();
+    void dragAndDoubleClick();
+    void fitToText();
+    void menu();
+    void printing();
+    void firstUrl_data();
+    void firstUrl();
+    void defaults();
+    void onScreen();
+};
+
+void TestTagWindow::look()
+{
+    TagRecord t = makeTag(u"買い物\r\nmilk"_s);
+    for (int f :
+         {Tag::FontBold, Tag::FontItalic, Tag::FontUnderline, Tag::TopMost, Tag::Transparent})
+        t.setByte(f, 1);
+    EnvRecord env;
+    env.setInteger(Env::TagOpacity, 50);
+    TagWindow w(7, t, env);
+    QCOMPARE(w.objectName(), u"Tags"_s);
+    QCOMPARE(w.label()->objectName(), u"lbl_Tag"_s);
+    QCOMPARE(w.timer1()->objectName(), u"Timer1"_s);
+    QCOMPARE(w.text(), u"買い物\r\nmilk"_s);
+    QCOMPARE(w.label()->text(), u"買い物\nmilk"_s);
+    QCOMPARE(w.label()->textFormat(), Qt::PlainText);
+    const QFont f = w.label()->font();
+    QCOMPARE(f.family(), u"DejaVu Sans"_s);
+    QCOMPARE(f.pointSize(), 12);
+    QVERIFY(f.bold() && f.italic() && f.underline() && !f.strikeOut());
+    QCOMPARE(w.label()->palette().color(QPalette::WindowText), Red);
+    QCOMPARE(w.backColor(), Cyan);
+    QCOMPARE(ColorRef::fromColor(QColor(0x12, 0x34, 0x56)), 0x563412);
+    QVERIFY(
+        w.windowFlags().testFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint));
+    QVERIFY(w.testAttribute(Qt::WA_ShowWithoutActivating));
+    QCOMPARE(qRound(w.windowOpacity() * 100), 50);
+    QCOMPARE(w.geometry(), QRect(QPoint(100, 80), w.fittedSize()));
+
+    t.setByte(Tag::TopMost, 0);
+    t.setByte(Tag::Transparent, 0);
+    t.setLong(Tag::Width, 300);
+    t.setLong(Tag::Height, 90);
+    w.refresh(t, env);
+    QVERIFY(!(w.windowFlags() & Qt::WindowStaysOnTopHint));
+    QCOMPARE(w.windowOpacity(), 1.0);
+    QCOMPARE(w.size(), QSize(300, 90));
+}
+
+void TestTagWindow::border_data()
+{
+    QTest::addColumn<int>("frame");
+    QTest::addColumn<int>("frameM");
+    QTest::addColumn<int>("look3D");
+    QTest::addColumn<QList<QColor>>("diagonal"); // from the top-left corner inwards
+    QTest::newRow("none") << 0 << 0 << 0 << QList<QColor>{Cyan, Cyan, Cyan, Cyan};
+    QTest::newRow("frame") << 1 << 0 << 0 << QList<QColor>{Red, Cyan, Cyan, Cyan};
+    QTest::newRow("thick frame") << 1 << 1 << 0 << QList<QColor>{Red, Red, Red, Cyan};
+    QTest::newRow("3-D") << 0 << 0 << 1 << QList<QColor>{White, Light, Cyan, Cyan};
+    QTest::newRow("frame and 3-D") << 1 << 0 << 1 << QList<QColor>{Red, White, Light, Cyan};
+}
+
+void TestTagWindow::border()
+{
+    QFETCH(int, frame);
+    QFETCH(int, frameM);
+    QFETCH(int, look3D);
+    QFETCH(QList<QColor>, diagonal);
+    TagRecord t = makeTag(u"x"_s);
+    t.setByte(Tag::Frame, frame);
+    t.setByte(Tag::FrameM, frameM);
+    t.setByte(Tag::Look3D, look3D);
+    const QImage shot = TagWindow(1, t, EnvRecord()).grab().toImage();
+    for (int i = 0; i < diagonal.size(); ++i)
+        QCOMPARE(shot.pixelColor(i, i), diagonal.at(i));
+    QCOMPARE(shot.pixelColor(shot.width() - 1, shot.height() - 1),
+             look3D && !frame ? QColor(64, 64, 64) : diagonal.first());
+}
+
+void TestTagWindow::received_data()
+{
+    QTest::addColumn<QString>("mark");
+    QTest::addColumn<QString>("sender");
+    QTest::newRow("received") << u"1"_s << u"営業部 田中"_s;
+    QTest::newRow("own") << QString() << u"営業部 田中"_s;
+    QTest::newRow("no sender") << u"1"_s << QString();
+}
+
+void TestTagWindow::received()
+{
+    QFETCH(QString, mark);
+    QFETCH(QString, sender);
+    TagRecord t = makeTag(u"会議は3時から"_s);
+    t.setText(Tag::ReceivedMark, mark);
+    t.setText(Tag::SenderName, sender);
+    TagWindow w(1, t, EnvRecord());
+    const bool received = QByteArray(QTest::currentDataTag()) == "received";
+    QCOMPARE(w.toolTip(), received ? u"このタブは、営業部 田中 から送られました。"_s : QString());
+    QCOMPARE(w.noteLabel()->isHidden(), !received);
+    if (received) {
+        QCOMPARE(w.noteLabel()->text(), u"営業部 田中から届きました。"_s);
+        QVERIFY(w.noteLabel()->geometry().bottom() < w.label()->geometry().top());
+    }
+}
+
+void TestTagWindow::blinkingEatsOnePress()
+{
+    TagRecord t = makeTag(u"http://example.com"_s);
+    t.setByte(Tag::Blink, 1);
+    TagWindow w(4, t, EnvRecord());
+    QVERIFY(!w.isBlinking());
+    QStringList order;
+    connect(&w, &TagWindow::pressed, this, [&](int k) { order << u"pressed %1"_s.arg(k); });
+    connect(&w, &TagWindow::popupRequested, this, [&](int k) { order << u"popup %1"_s.arg(k); });
+    w.show();
+    QVERIFY(w.isBlinking());
+    QCOMPARE(w.timer1()->interval(), 500);
+    QTRY_COMPARE_WITH_TIMEOUT(w.label()->palette().color(QPalette::WindowText), Cyan, 1500);
+    QTest::mousePress(w.label(), Qt::RightButton);
+    QCOMPARE(order, QStringList{u"pressed 4"_s});
+    QVERIFY(!w.isBlinking());
+    QCOMPARE(w.label()->palette().color(QPalette::WindowText), Red);
+    QTest::mousePress(w.label(), Qt::RightButton);
+    QCOMPARE(order, (QStringList{u"pressed 4"_s, u"pressed 4"_s, u"popup 4"_s}));
+}
+
+void TestTagWindow::popupUrlFlag_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("onLabel");
+    QTest::addColumn<bool>("url");
+    QTest::newRow("http, label") << u"見て http://a.jp"_s << true << true;
+    QTest::newRow("http, window") << u"見て http://a.jp"_s << false << true;
+    QTest::newRow("https, label") << u"https://a.jp"_s << true << true;
+    QTest::newRow("https, window") << u"https://a.jp"_s << false << false;
+    QTest::newRow("none, label") << u"www.a.jp"_s << true << false;
+}
+
+void TestTagWindow::popupUrlFlag()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, onLabel);
+    QFETCH(bool, url);
+    TagWindow w(9, makeTag(text), EnvRecord());
+    QSignalSpy spy(&w, &TagWindow::popupRequested);
+    QWidget *target = onLabel ? static_cast<QWidget *>(w.label()) : &w;
+    QTest::mousePress(target, Qt::MiddleButton, {}, QPoint(1, 1));
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(spy.at(0).at(0).toInt(), 9);
+    QCOMPARE(spy.at(0).at(1).toPoint(), target->mapToGlobal(QPoint(1, 1)));
+    QCOMPARE(spy.at(0).at(2).toBool(), url);
+}
+
+void TestTagWindow::dragAndDoubleClick()
+{
+    TagWindow w(2, makeTag(u"drag me"_s), EnvRecord());
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    QSignalSpy moved(&w, &TagWindow::moved);
+    QSignalSpy popup(&w, &TagWindow::popupRequested);
+    QSignalSpy dbl(&w, &TagWindow::doubleClicked);
+    QTest::mouseClick(w.label(), Qt::LeftButton, {}, QPoint(5, 5));
+    QTest::mousePress(w.label(), Qt::LeftButton, {}, QPoint(5, 5));
+    QTest::mouseMove(w.label(), QPoint(35, 25));
+    QTest::mouseRelease(w.label(), Qt::LeftButton, {}, QPoint(5, 5));
+    QCOMPARE(w.pos(), QPoint(130, 100));
+    QCOMPARE(moved.size(), 1);
+    QCOMPARE(moved.at(0).at(1).toPoint(), QPoint(130, 100));
+    QTest::mouseDClick(&w, Qt::LeftButton);
+    QCOMPARE(dbl.size(), 1);
+    QCOMPARE(dbl.at(0).at(0).toInt(), 2);
+    QCOMPARE(popup.size(), 0);
+}
+
+void TestTagWindow::fitToText()
+{
+    TagRecord t = makeTag(u"one"_s);
+    t.setLong(Tag::Width, 500);
+    t.setLong(Tag::Height, 300);
+    TagWindow w(1, t, EnvRecord());
+    const QSize one = TagActions::fitToText(w);
+    QVERIFY(w.size() == one && one.width() < 200 && one.height() < 60);
+    t.setMessage(u"one\r\ntwo"_s);
+    w.refresh(t, EnvRecord());
+    QVERIFY(TagActions::fitToText(w).height() > one.height());
+    t.setMessage(u"word "_s.repeated(80)); // wraps at the widest a tag gets
+    w.refresh(t, EnvRecord());
+    QCOMPARE(TagActions::fitToText(w).width(), w.maxTextWidth() + 2 * w.borderWidth());
+}
+
+void TestTagWindow::menu()
+{
+    TagPopupMenu m;
+    QCOMPARE(m.objectName(), u"mnu_PopUp"_s);
+    const QStringList captions =
+        u"ｸﾘｯﾌﾟﾎﾞｰﾄﾞにｺﾋﾟｰ|他のｺﾝﾋﾟｭｰﾀに送る|内容をE-Mailで送る|印刷する|"
+        u"URLをﾌﾞﾗｳｻﾞで開く|設定変更|非表示|ごみ箱に入れる。（削除する）|"
+        u"新規作成 (ｺﾋﾟｰの作成)|サイズを最適化する|配色等を現在の規定値にする|"
+        u"キャンセル"_s.split(u'|');
+    const QStringList names = u"ClipCopy SendTo EMail Print URLOpen Update Close Delete Create "
+                              u"ReSize Default Cancel"_s.split(u' ');
+    const QList<QAction *> actions = m.actions();
+    QCOMPARE(actions.size(), captions.size());
+    for (int i = 0; i < actions.size(); ++i) {
+        QCOMPARE(actions[i]->text(), captions[i]);
+        QCOMPARE(actions[i]->objectName(), u"mnu_"_s + names[i]);
+        QCOMPARE(actions[i]->isEnabled(), i != TagPopupMenu::SendTo && i != TagPopupMenu::EMail);
+    }
+    QSignalSpy chosen(&m, &TagPopupMenu::chosen);
+    m.prepare(5, false);
+    QVERIFY(!m.entryAction(TagPopupMenu::URLOpen)->isEnabled());
+    m.prepare(6, true);
+    QVERIFY(m.entryAction(TagPopupMenu::URLOpen)->isEnabled());
+    actions[TagPopupMenu::Delete]->trigger();
+    QCOMPARE(chosen.size(), 1);
+    QCOMPARE(chosen.at(0).at(0).toInt(), 6);
+    QCOMPARE(chosen.at(0).at(1).value<TagPopupMenu::Entry>(), TagPopupMenu::Delete);
+}
+
+void TestTagWindow::printing()
+{
+    TagRecord t = makeTag(u"印刷のテスト\r\nsecond line"_s);
+    t.setByte(Tag::Frame, 1);
+    QImage page(400, 300, QImage::Format_RGB32);
+    page.fill(Qt::white);
+    QPainter painter(&page);
+    TagActions::renderTag(painter, page.rect(), t);
+    painter.end();
+    int back = 0, fore = 0;
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = 0; x < page.width(); ++x) {
+            const QColor c = page.pixelColor(x, y);
+            back += c == Cyan;
+            fore += c.red() > 200 && c.green() < 60 && c.blue() < 60;
+        }
+    }
+    QVERIFY2(back > 1000 && fore > 100, qPrintable(u"%1 %2"_s.arg(back).arg(fore)));
+    QCOMPARE(page.pixelColor(page.width() - 1, page.height() - 1), QColor(Qt::white));
+
+    QTemporaryDir dir;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(dir.filePath(u"tag.pdf"_s));
+    QVERIFY(TagActions::printOn(printer, t));
+    QFile pdf(printer.outputFileName());
+    QVERIFY(pdf.open(QIODevice::ReadOnly) && pdf.read(5) == "%PDF-" && pdf.size() > 2000);
+}
+
+void TestTagWindow::firstUrl_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("url");
+    QTest::newRow("none") << u"ftp://a.jp www.b.jp"_s << QString();
+    QTest::newRow("earliest wins")
+        << u"https://s.jp/?a=1&b then http://p.jp"_s << u"https://s.jp/?a=1&b"_s;
+    QTest::newRow("in Japanese") << u"詳細はhttp://a.jp/doc。以上"_s << u"http://a.jp/doc"_s;
+    QTest::newRow("end of sentence") << u"See http://a.jp/p."_s << u"http://a.jp/p"_s;
+    QTest::newRow("in brackets") << u"(http://a.jp/x)"_s << u"http://a.jp/x"_s;
+    QTest::newRow("own brackets") << u"http://w.org/F_(b)"_s << u"http://w.org/F_(b)"_s;
+    QTest::newRow("new line") << u"<http://a.jp>\r\nnext"_s << u"http://a.jp"_s;
+    QTest::newRow("bare scheme") << u"http:// only"_s << QString();
+}
+
+void TestTagWindow::firstUrl()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, url);
+    QCOMPARE(TagActions::firstUrl(text), url);
+}
+
+void TestTagWindow::defaults()
+{
+    EnvRecord env;
+    env.setText(Env::DefaultFontName, u"DejaVu Serif"_s);
+    const std::pair<int, int> flags[] = {{Tag::FontBold, Env::DefaultFontBold},
+                                         {Tag::FontItalic, Env::DefaultFontItalic},
+                                         {Tag::FontUnderline, Env::DefaultFontUnderline},
+                                         {Tag::FontStrikeout, Env::DefaultFontStrikeout},
+                                         {Tag::Look3D, Env::Default3D},
+                                         {Tag::FrameM, Env::DefaultFrameM},
+                                         {Tag::TopMost, Env::DefaultTopMost},
+                                         {Tag::Blink, Env::DefaultBlink}};
+    for (const auto &[tagField, envField] : flags)
+        env.setByte(envField, 1);
+    env.setByte(Env::DefaultFrame, 0);
+    env.setByte(Env::DefaultFontSize, 15);
+    env.setLong(Env::DefaultForeColor, 0x123456);
+    env.setInteger(Env::DefaultTransparent, 1);
+    TagRecord before = makeTag(u"keep"_s);
+    before.setByte(Tag::Frame, 1);
+    const TagRecord after = TagActions::withDefaults(before, env);
+    for (const auto &[tagField, envField] : flags)
+        QVERIFY2(after.byte(tagField) == 1, after.layout()[tagField].name);
+    QCOMPARE(after.byte(Tag::Frame), 0);
+    QCOMPARE(after.byte(Tag::Transparent), 1);
+    QCOMPARE(after.byte(Tag::FontSize), 15);
+    QCOMPARE(after.text(Tag::FontName), u"DejaVu Serif"_s);
+    QCOMPARE(after.longValue(Tag::ForeColor), 0x123456);
+    QCOMPARE(after.longValue(Tag::BackColor), 0x80FFFF);
+    QVERIFY(after.message() == u"keep"_s && after.longValue(Tag::PosX) == 100);
+}
+
+// On a real X server: three tags of different looks and the pop-up menu. The pixels
+// are checked; PINBOARD_SHOT names a file for a screenshot to look at.
+void TestTagWindow::onScreen()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        QSKIP("needs the xcb platform on an X server");
+    TagRecord plain = makeTag(u"10時 定例会議\r\n第2会議室"_s, 0x000000, 0x80FFFF);
+    plain.setByte(Tag::Frame, 1);
+    TagRecord bold = makeTag(u"Release notes:\r\nhttps://example.com/notes"_s, 0xFFFFFF, 0x8B4513);
+    bold.setText(Tag::FontName, u"DejaVu Serif"_s);
+    bold.setByte(Tag::FontSize, 16);
+    bold.setByte(Tag::FontBold, 1);
+    bold.setByte(Tag::Look3D, 1);
+    bold.setLong(Tag::PosX, 420);
+    TagRecord got = makeTag(u"見積書を確認して下さい。"_s, 0x0000C0, 0xE0E0FF);
+    got.setByte(Tag::FrameM, 1);
+    got.setText(Tag::ReceivedMark, u"1"_s);
+    got.setText(Tag::SenderName, u"経理 佐藤"_s);
+    got.setLong(Tag::PosY, 300);
+    // Each tag with the colour of its left edge: frame, 3-D light, thick frame.
+    const std::pair<TagRecord, QColor> tags[] = {
+        {plain, Qt::black}, {bold, White}, {got, QColor(0xC0, 0, 0)}};
+    std::vector<std::unique_ptr<TagWindow>> windows;
+    for (const auto &[t, edge] : tags) {
+        windows.push_back(std::make_unique<TagWindow>(int(windows.size()) + 1, t, EnvRecord()));
+        windows.back()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(windows.back().get()));
+    }
+    TagPopupMenu menu;
+    menu.popupFor(2, QPoint(700, 420), true);
+    QVERIFY(QTest::qWaitForWindowExposed(&menu));
+    QTest::qWait(300);
+    const QImage screen = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
+    if (const QString shot = qEnvironmentVariable("PINBOARD_SHOT"); !shot.isEmpty())
+        QProcess::execute(u"import"_s, {u"-window"_s, u"root"_s, shot});
+    for (size_t i = 0; i < windows.size(); ++i) {
+        const QRect g = windows[i]->geometry();
+        const QPoint b(windows[i]->borderWidth(), windows[i]->borderWidth());
+        QCOMPARE(screen.pixelColor(g.left(), g.center().y()), tags[i].second);
+        QCOMPARE(screen.pixelColor(g.bottomRight() - b), windows[i]->backColor());
+    }
+}
+
+QTEST_MAIN(TestTagWindow)
+#include "tst_tagwindow.moc"
