@@ -77,6 +77,7 @@ void DesktopDisplay::takeDown(int k)
     if (it == m_windows.end())
         return;
     it->second->hide();
+    m_sound.stopMidi(); // an alarm ends with its tag
     // Deleted later: the window may be taking down itself from its own menu.
     it->second.release()->deleteLater();
     m_windows.erase(it);
@@ -131,6 +132,19 @@ void DesktopDisplay::raiseAll()
             continue;
         w->raise();
     }
+}
+
+void DesktopDisplay::PlayArrivalSound()
+{
+    raiseAll();
+    startBlink();
+    if (m_env.byte(Env::NetSound) != 1)
+        return;
+    const QString arrival = m_env.text(Env::ArrivalSound);
+    if (arrival.isEmpty())
+        beep();
+    else
+        m_sound.play(arrival, nullptr);
 }
 
 void DesktopDisplay::arrange(Corner corner)

@@ -40,6 +40,9 @@ public:
     void stopBlink();
     // Every tag window comes to the front (a left click on the tray icon).
     void raiseAll();
+    // A tag arrived from another computer: the tags come to the front, the tray
+    // blinks, and unless switched off the arrival sound rings (a beep when none is chosen).
+    void PlayArrivalSound();
     // The arrangement commands: shown tags laid out from a corner of the work
     // area; their new places are stored.
     void arrange(Corner corner);

@@ -220,6 +220,8 @@ void TagMain::setUpMenus()
 {
     m_mainMenu = std::make_unique<MainMenu>();
     m_tagMenu = std::make_unique<TagPopupMenu>();
+    // The editor is not part of this build yet.
+    m_tagMenu->entryAction(TagPopupMenu::Update)->setEnabled(false);
     connect(m_tagMenu.get(), &TagPopupMenu::chosen, this,
             [this](int k, TagPopupMenu::Entry entry) { onTagMenu(k, int(entry)); });
     auto on = [this](const char *name, auto handler) {

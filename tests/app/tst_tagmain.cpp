@@ -196,6 +196,16 @@ void TestTagMain::dueTagsAppearAtStartUp()
     QCOMPARE(store.readTag(1)->stateMark(), QStringLiteral("D"));
     QVERIFY(main.display()->shownTags().isEmpty());
     QVERIFY(prompt.shown.isEmpty());
+
+    // A tag from another computer with no arrival sound chosen: a beep and the blink,
+    // which a click on the tray icon ends.
+    int beeps = 0;
+    main.display()->sound().setBeeper([&] { ++beeps; });
+    main.display()->PlayArrivalSound();
+    QCOMPARE(beeps, 1);
+    QVERIFY(main.display()->isBlinking());
+    main.trayMessage(TrayMessages::LeftUp, false);
+    QVERIFY(!main.display()->isBlinking());
 }
 
 void TestTagMain::trayRetries_data()
