@@ -1,4 +1,5 @@
 #include "fileopener.h"
+#include "words.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -102,38 +103,6 @@ QStringList splitList(const QString &value)
     return ids;
 }
 
-// Splits an Exec line into words: double quotes group, a backslash takes the next
-// character literally. nullopt for an unclosed quote.
-std::optional<QStringList> splitExec(const QString &exec)
-{
-    QStringList words;
-    QString word;
-    bool inWord = false;
-    bool quoted = false;
-    for (qsizetype i = 0; i < exec.size(); ++i) {
-        const QChar c = exec.at(i);
-        if (c == QLatin1Char('\\') && i + 1 < exec.size()) {
-            word += exec.at(++i);
-            inWord = true;
-        } else if (c == QLatin1Char('"')) {
-            quoted = !quoted;
-            inWord = true;
-        } else if (c.isSpace() && !quoted) {
-            if (inWord)
-                words << word;
-            word.clear();
-            inWord = false;
-        } else {
-            word += c;
-            inWord = true;
-        }
-    }
-    if (quoted)
-        return std::nullopt;
-    if (inWord)
-        words << word;
-    return words;
-}
 
 // %f %F %u %U become the file, %% a percent sign; the other field codes go, and so
 // does a word made of nothing else. No file code at all: the file goes last, so
@@ -425,7 +394,7 @@ int openWithAssociation(const QString &path)
     const std::optional<Application> app = applicationFor(file);
     if (!app)
         return OpenCode::NoAssociation;
-    const std::optional<QStringList> words = splitExec(app->exec);
+    const std::optional<QStringList> words = splitQuotedWords(app->exec, true);
     if (!words || words->isEmpty())
         return OpenCode::AssociationIncomplete;
     QStringList command = expandFieldCodes(*words, file.absoluteFilePath());
@@ -446,7 +415,7 @@ QString associatedProgram(const QString &path)
     const std::optional<Application> app = applicationFor(file);
     if (!app)
         return {};
-    const std::optional<QStringList> words = splitExec(app->exec);
+    const std::optional<QStringList> words = splitQuotedWords(app->exec, true);
     if (!words || words->isEmpty())
         return {};
     const QString found = QStandardPaths::findExecutable(words->first());

@@ -1,4 +1,5 @@
 #include "mcidevice.h"
+#include "words.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,39 +20,6 @@ constexpr int PollMs = 100;
 // Larger than any alarm tune; a file beyond it is not read whole.
 constexpr qint64 MaxMidiBytes = 16 * 1024 * 1024;
 
-// Blank-separated words; a double-quoted part is one word without its quotes.
-// nullopt when a quote is left open.
-std::optional<QStringList> splitWords(const QString &command)
-{
-    QStringList words;
-    QString word;
-    bool quoted = false;
-    bool inWord = false;
-    for (const QChar c : command) {
-        if (quoted) {
-            if (c == u'"')
-                quoted = false;
-            else
-                word += c;
-        } else if (c == u'"') {
-            quoted = true;
-            inWord = true;
-        } else if (c.isSpace()) {
-            if (inWord)
-                words << word;
-            word.clear();
-            inWord = false;
-        } else {
-            word += c;
-            inWord = true;
-        }
-    }
-    if (quoted)
-        return std::nullopt;
-    if (inWord)
-        words << word;
-    return words;
-}
 
 bool is(const QString &word, QLatin1String keyword)
 {
@@ -154,7 +122,7 @@ qint32 MciDevice::run(const QString &command)
 {
     if (command.trimmed().isEmpty())
         return EmptyCommand;
-    const auto words = splitWords(command);
+    const auto words = splitQuotedWords(command, false);
     if (!words)
         return BadParameter;
     const QString &verb = words->at(0);
