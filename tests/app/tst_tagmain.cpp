@@ -1,5 +1,6 @@
 #include "clock.h"
 #include "desktopdisplay.h"
+#include "mainmenu.h"
 #include "scheduler.h"
 #include "tagpopupmenu.h"
 #include "tagwindow.h"
@@ -38,6 +39,7 @@ private Q_SLOTS:
     void shutdownLeavesNothing();
     void clockChangeBringsTheTickForward();
     void dueTagsAppearAtStartUp();
+    void settingsEntriesWriteRecordOne();
     void trayRetries_data();
     void trayRetries();
 
@@ -206,6 +208,37 @@ void TestTagMain::dueTagsAppearAtStartUp()
     QVERIFY(main.display()->isBlinking());
     main.trayMessage(TrayMessages::LeftUp, false);
     QVERIFY(!main.display()->isBlinking());
+}
+
+void TestTagMain::settingsEntriesWriteRecordOne()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    MainMenu *menu = main.mainMenu();
+    auto act = [&](const char *name) { return menu->action(QString::fromLatin1(name)); };
+    QVERIFY(act("mnu_ScmTop")->isChecked() && act("mnu_AutoPosYes")->isChecked());
+
+    act("mnu_ScmTop")->trigger();
+    act("mnu_AutoPosNo")->trigger();
+    act("mnu_BackColor_3")->trigger();
+    const EnvRecord env = *main.store().readEnv();
+    QCOMPARE(env.byte(Env::ScmTop), 0); // the negation of the check it had
+    QCOMPARE(env.byte(Env::NetTop), 1);
+    QCOMPARE(env.byte(Env::AutoPosition), 0);
+    QCOMPARE(env.byte(Env::BackColor), 3);
+    QVERIFY(!act("mnu_ScmTop")->isChecked());
+    QVERIFY(act("mnu_AutoPosNo")->isChecked() && !act("mnu_AutoPosYes")->isChecked());
+    QCOMPARE(main.env().byte(Env::AutoPosition), 0);
+
+    act("mnuStop")->trigger();
+    QCOMPARE(act("mnuStop")->text(), QStringLiteral("再開"));
+    QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("Pin Board Stoped"));
+    QVERIFY(main.tagScheduler()->isPaused());
+    act("mnuStop")->trigger();
+    QCOMPARE(act("mnuStop")->text(), QStringLiteral("一時停止"));
+    QCOMPARE(main.trayIcon()->toolTip(), TagMain::trayTip());
 }
 
 void TestTagMain::trayRetries_data()
