@@ -49,8 +49,6 @@ private Q_SLOTS:
     void printing();
     void firstUrl_data();
     void firstUrl();
-    void defaults();
-    void onScreen();
 };
 
 void TestTagWindow::look()
@@ -310,81 +308,6 @@ void TestTagWindow::firstUrl()
     QFETCH(QString, text);
     QFETCH(QString, url);
     QCOMPARE(TagActions::firstUrl(text), url);
-}
-
-void TestTagWindow::defaults()
-{
-    EnvRecord env;
-    env.setText(Env::DefaultFontName, u"DejaVu Serif"_s);
-    const std::pair<int, int> flags[] = {{Tag::FontBold, Env::DefaultFontBold},
-                                         {Tag::FontItalic, Env::DefaultFontItalic},
-                                         {Tag::FontUnderline, Env::DefaultFontUnderline},
-                                         {Tag::FontStrikeout, Env::DefaultFontStrikeout},
-                                         {Tag::Look3D, Env::Default3D},
-                                         {Tag::FrameM, Env::DefaultFrameM},
-                                         {Tag::TopMost, Env::DefaultTopMost},
-                                         {Tag::Blink, Env::DefaultBlink}};
-    for (const auto &[tagField, envField] : flags)
-        env.setByte(envField, 1);
-    env.setByte(Env::DefaultFrame, 0);
-    env.setByte(Env::DefaultFontSize, 15);
-    env.setLong(Env::DefaultForeColor, 0x123456);
-    env.setInteger(Env::DefaultTransparent, 1);
-    TagRecord before = makeTag(u"keep"_s);
-    before.setByte(Tag::Frame, 1);
-    const TagRecord after = TagActions::withDefaults(before, env);
-    for (const auto &[tagField, envField] : flags)
-        QVERIFY2(after.byte(tagField) == 1, after.layout()[tagField].name);
-    QCOMPARE(after.byte(Tag::Frame), 0);
-    QCOMPARE(after.byte(Tag::Transparent), 1);
-    QCOMPARE(after.byte(Tag::FontSize), 15);
-    QCOMPARE(after.text(Tag::FontName), u"DejaVu Serif"_s);
-    QCOMPARE(after.longValue(Tag::ForeColor), 0x123456);
-    QCOMPARE(after.longValue(Tag::BackColor), 0x80FFFF);
-    QVERIFY(after.message() == u"keep"_s && after.longValue(Tag::PosX) == 100);
-}
-
-// On a real X server: three tags of different looks and the pop-up menu. The pixels
-// are checked; PINBOARD_SHOT names a file for a screenshot to look at.
-void TestTagWindow::onScreen()
-{
-    if (QGuiApplication::platformName() != QLatin1String("xcb"))
-        QSKIP("needs the xcb platform on an X server");
-    TagRecord plain = makeTag(u"10時 定例会議\r\n第2会議室"_s, 0x000000, 0x80FFFF);
-    plain.setByte(Tag::Frame, 1);
-    TagRecord bold = makeTag(u"Release notes:\r\nhttps://example.com/notes"_s, 0xFFFFFF, 0x8B4513);
-    bold.setText(Tag::FontName, u"DejaVu Serif"_s);
-    bold.setByte(Tag::FontSize, 16);
-    bold.setByte(Tag::FontBold, 1);
-    bold.setByte(Tag::Look3D, 1);
-    bold.setLong(Tag::PosX, 420);
-    TagRecord got = makeTag(u"見積書を確認して下さい。"_s, 0x0000C0, 0xE0E0FF);
-    got.setByte(Tag::FrameM, 1);
-    got.setText(Tag::ReceivedMark, u"1"_s);
-    got.setText(Tag::SenderName, u"経理 佐藤"_s);
-    got.setLong(Tag::PosY, 300);
-    // Each tag with the colour of its left edge: frame, 3-D light, thick frame.
-    const std::pair<TagRecord, QColor> tags[] = {
-        {plain, Qt::black}, {bold, White}, {got, QColor(0xC0, 0, 0)}};
-    std::vector<std::unique_ptr<TagWindow>> windows;
-    for (const auto &[t, edge] : tags) {
-        windows.push_back(std::make_unique<TagWindow>(int(windows.size()) + 1, t, EnvRecord()));
-        windows.back()->show();
-        QVERIFY(QTest::qWaitForWindowExposed(windows.back().get()));
-    }
-    TagPopupMenu menu;
-    menu.popupFor(2, QPoint(700, 420), true);
-    QVERIFY(QTest::qWaitForWindowExposed(&menu));
-    QTest::qWait(300);
-    const QImage screen = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
-    if (const QString shot = qEnvironmentVariable("PINBOARD_SHOT"); !shot.isEmpty())
-        QProcess::execute(u"import"_s, {u"-window"_s, u"root"_s, shot});
-    for (size_t i = 0; i < windows.size(); ++i) {
-        const QRect g = windows[i]->geometry();
-        const QPoint b(windows[i]->borderWidth(), windows[i]->borderWidth());
-        QCOMPARE(screen.pixelColor(g.left(), g.center().y()), tags[i].second);
-        QCOMPARE(screen.pixelColor(g.bottomRight() - b), windows[i]->backColor());
-    }
 }
 
 QTEST_MAIN(TestTagWindow)
