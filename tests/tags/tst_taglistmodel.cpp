@@ -1,0 +1,189 @@
+#include "oledate.h"
+#include "taglistmodel.h"
+#include "tagstore.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+struct Spec
+{
+    int kind;
+    const char *mark;
+    QString message;
+};
+
+TagRecord makeTag(int kind, const QString &message, const char *display = "2024/05/01 10:00:00")
+{
+    TagRecord t;
+    t.setByte(Tag::ScheduleKind, kind);
+    t.setMessage(message);
+    t.setDate(Tag::DisplayDateTime, OleDate::parse(QString::fromLatin1(display)));
+    return t;
+}
+} // namespace
+
+class TestTagListModel : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void rowsFollowTheStateMark();
+    void rowText_data();
+    void rowText();
+    void describe_data();
+    void describe();
+    void trashAndRestore();
+    void deleteForGoodWipesTheRecord();
+    void geometry();
+
+private:
+    void fill(const QList<Spec> &specs);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<TagStore> m_store;
+};
+
+void TestTagListModel::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_store = std::make_unique<TagStore>(m_dir->filePath(u"Pinboard.dt1"_s));
+    QVERIFY(m_store->writeEnv(EnvRecord()));
+}
+
+// Written in place: addTag would reuse a record marked "9" for the next tag.
+void TestTagListModel::fill(const QList<Spec> &specs)
+{
+    EnvRecord env;
+    env.setTagCount(int(specs.size()));
+    QVERIFY(m_store->writeEnv(env));
+    for (int k = 1; k <= specs.size(); ++k) {
+        TagRecord t = makeTag(specs[k - 1].kind, specs[k - 1].message);
+        t.setStateMark(specs[k - 1].mark);
+        QVERIFY(m_store->writeTag(k, t));
+    }
+}
+
+void TestTagListModel::rowsFollowTheStateMark()
+{
+    fill({{0, "0", u"a\r\nb"_s},
+          {2, "D", u"trashed"_s},
+          {1, "9", u"gone"_s},
+          {3, "0", u"last"_s},
+          {1, "D", u"t2"_s}});
+    const TagListModel model(*m_store);
+    QCOMPARE(model.rows(TagListModel::View::Live),
+             (QList<TagListRow>{{1, u"『すぐに表示』 a"_s}, {4, u"『毎週表示　』 last"_s}}));
+    QCOMPARE(model.rows(TagListModel::View::Trash),
+             (QList<TagListRow>{{2, u"『毎日表示　』 trashed"_s}, {5, u"『指定日表示』 t2"_s}}));
+}
+
+void TestTagListModel::rowText_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("first line") << 4 << u"会議\r\n3F"_s << u"『毎月表示　』 会議"_s;
+    QTest::newRow("one line") << 1 << u"memo"_s << u"『指定日表示』 memo"_s;
+    QTest::newRow("bare LF stays") << 2 << u"x\ny\rz"_s << u"『毎日表示　』 x\ny"_s;
+    QTest::newRow("empty") << 0 << QString() << u"『すぐに表示』 "_s;
+    QTest::newRow("unknown kind") << 7 << u"odd"_s << u"odd"_s;
+}
+
+void TestTagListModel::rowText()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, message);
+    QFETCH(QString, text);
+    QCOMPARE(TagListModel::rowText(makeTag(kind, message)), text);
+}
+
+// flags: m mail tag, s mail sent, v window shown, t in the trash.
+void TestTagListModel::describe_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("flags");
+    QTest::addColumn<QString>("text");
+    const QString from = u"2024/05/01 10:00 から\n"_s;
+    QTest::newRow("date, shown") << 1 << u"v"_s << from + u"表示されています。"_s;
+    QTest::newRow("date, hidden") << 1 << u""_s << from + u"表示されます。"_s;
+    QTest::newRow("mail to send") << 1 << u"m"_s << from + u"E-Mailで送信します。"_s;
+    QTest::newRow("mail sent") << 1 << u"msv"_s << from + u"E-Mailで送信しました。"_s;
+    QTest::newRow("now, hidden") << 0 << u""_s << u"すぐに表示指定ですが、現在は非表示です。"_s;
+    QTest::newRow("now, shown") << 0 << u"v"_s << u"表示されています。"_s;
+    QTest::newRow("trash: date") << 1 << u"t"_s << from + u"表示されます。"_s;
+    QTest::newRow("trash: mail") << 1 << u"mst"_s << from + u"表示されます。"_s;
+    QTest::newRow("trash: now") << 0 << u"vt"_s
+                                << u"すぐに表示指定ですが、現在は削除されています。"_s;
+    QTest::newRow("trash: now mail")
+        << 0 << u"mt"_s << u"すぐに表示指定ですが、現在は削除されています。"_s;
+}
+
+void TestTagListModel::describe()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, flags);
+    QFETCH(QString, text);
+    TagRecord t = makeTag(kind, u"m"_s);
+    t.setByte(Tag::MailFlag, flags.contains(u'm'));
+    t.setByte(Tag::MailSent, flags.contains(u's'));
+    QCOMPARE(flags.contains(u't') ? TagListModel::describeTrashed(t)
+                                  : TagListModel::describeLive(t, flags.contains(u'v')),
+             text);
+}
+
+void TestTagListModel::trashAndRestore()
+{
+    fill({{2, "0", u"one"_s}, {2, "0", u"two"_s}, {2, "9", u"free"_s}});
+    const TagListModel model(*m_store);
+    const TagRecord before = *m_store->readTag(1);
+    QVERIFY(model.trash(1));
+    QCOMPARE(m_store->readTag(1)->stateMark(), u"D"_s);
+    QCOMPARE(model.rows(TagListModel::View::Live).size(), 1);
+    QCOMPARE(model.rows(TagListModel::View::Trash).value(0).k, 1);
+    QVERIFY(!model.restore(2)); // not in the trash
+    QVERIFY(!model.trash(3));   // a free record stays free
+    QCOMPARE(m_store->readTag(3)->stateMark(), u"9"_s);
+    QVERIFY(model.restore(1));
+    QCOMPARE(*m_store->readTag(1), before);
+}
+
+void TestTagListModel::deleteForGoodWipesTheRecord()
+{
+    TagRecord t = makeTag(1, u"secret-text\r\nmore"_s);
+    t.setText(Tag::Password, u"pw123"_s);
+    t.setDate(Tag::EraseDateTime, OleDate::parse(u"2024/05/02 10:00:00"_s));
+    QCOMPARE(m_store->addTag(t), std::optional<int>(1));
+    const TagListModel model(*m_store);
+    QVERIFY(model.trash(1) && model.deleteForGood(1));
+
+    const TagRecord freed = *m_store->readTag(1);
+    QCOMPARE(freed.stateMark(), u"9"_s);
+    QCOMPARE(freed.tagNumber(), u"00001"_s);
+    QCOMPARE(freed.date(Tag::DisplayDateTime), OleDate::clearedDate());
+    QCOMPARE(freed.date(Tag::EraseDateTime), OleDate::clearedDate());
+    QVERIFY(freed.message().isEmpty() && freed.text(Tag::Password).isEmpty());
+    QFile file(m_store->file().path());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(!file.readAll().contains("more")); // nor in the rest of the slot
+    QVERIFY(model.rows(TagListModel::View::Trash).isEmpty());
+}
+
+void TestTagListModel::geometry()
+{
+    const TagListModel model(*m_store);
+    QCOMPARE(model.storedGeometry(TagListModel::View::Trash, 96, 96), std::nullopt);
+    QVERIFY(model.storeGeometry(TagListModel::View::Trash, QRect(10, 20, 500, 300), 96, 120));
+    const EnvRecord env = *m_store->readEnv();
+    QCOMPARE(env.longValue(Env::TrashListLeft), 150);
+    QCOMPARE(env.longValue(Env::TrashListHeight), 3600);
+    QCOMPARE(env.longValue(Env::TagListWidth), 0);
+    QCOMPARE(model.storedGeometry(TagListModel::View::Trash, 144, 96), QRect(15, 16, 750, 240));
+    QCOMPARE(TagListModel::twipsToPixels(1000, 96), 67); // rounded, not cut
+}
+
+QTEST_GUILESS_MAIN(TestTagListModel)
+#include "tst_taglistmodel.moc"
