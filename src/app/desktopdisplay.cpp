@@ -118,11 +118,10 @@ void DesktopDisplay::stopBlink()
         m_tray->setIcon(m_icon);
 }
 
-void DesktopDisplay::sendMail(int, const TagRecord &tag)
+void DesktopDisplay::sendMail(int k, const TagRecord &)
 {
-    // Mail goes out once the SMTP session is part of the program; until then
-    // the due mail is only recorded here.
-    qInfo().noquote() << "Pinboard: tag" << tag.tagNumber() << "is due to be mailed; no mail session yet";
+    if (m_mailer)
+        m_mailer(k);
 }
 
 void DesktopDisplay::raiseAll()

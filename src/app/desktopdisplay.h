@@ -7,6 +7,7 @@
 #include <QIcon>
 #include <QObject>
 #include <QTimer>
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -36,6 +37,8 @@ public:
     void sendMail(int k, const TagRecord &tag) override;
 
     void setTray(QSystemTrayIcon *tray, const QIcon &icon);
+    // Who sends a mail tag that came due.
+    void setMailer(std::function<void(int k)> mailer) { m_mailer = std::move(mailer); }
     bool isBlinking() const { return m_blink.isActive(); }
     void stopBlink();
     // Every tag window comes to the front (a left click on the tray icon).
@@ -68,6 +71,7 @@ private:
     std::map<int, std::unique_ptr<TagWindow>> m_windows;
     QSystemTrayIcon *m_tray = nullptr;
     QIcon m_icon;
+    std::function<void(int)> m_mailer;
     QTimer m_blink;
     bool m_blinkOn = false;
 };

@@ -36,9 +36,9 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(autoPos, "mnu_AutoPosYes", QStringLiteral("補正する"), true, true);
     entry(autoPos, "mnu_AutoPosNo", QStringLiteral("補正しない"), true, true);
     entry(config, "mnu_NetSet", QStringLiteral("ﾈｯﾄﾜｰｸの設定"), false);
-    entry(config, "mnu_SMTPSet", QStringLiteral("ﾒｰﾙ(SMTP)の設定"), false);
-    entry(config, "mnu_AddressEdit", QStringLiteral("ﾒｰﾙｱﾄﾞﾚｽ帳編集"), false);
-    entry(config, "mnu_LogStart", QStringLiteral("通信ﾛｸﾞ記録開始"), false);
+    entry(config, "mnu_SMTPSet", QStringLiteral("ﾒｰﾙ(SMTP)の設定"));
+    entry(config, "mnu_AddressEdit", QStringLiteral("ﾒｰﾙｱﾄﾞﾚｽ帳編集"));
+    entry(config, "mnu_LogStart", QStringLiteral("通信ﾛｸﾞ記録開始"));
     QMenu *other = submenu(config, "mnu_Other", QStringLiteral("その他の基本設定"));
     entry(other, "mnu_ScmTop", QStringLiteral("ｽｹｼﾞｭｰﾙで表示される付箋を最上位に表示"), true, true);
     entry(other, "mnu_NetTop", QStringLiteral("他のｺﾝﾋﾟｭｰﾀから送られた付箋を最上位に表示"), true, true);
@@ -46,8 +46,8 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(other, "mnu_SoundSel", QStringLiteral("鳴らす音源ﾌｧｲﾙを指定する"));
 
     QMenu *display = submenu(top, "mnu_Display", QStringLiteral("表示関係"));
-    entry(display, "mnuList", QStringLiteral("一覧表示"), false);
-    entry(display, "mnu_TrashDisp", QStringLiteral("ごみ箱の表示"), false);
+    entry(display, "mnuList", QStringLiteral("一覧表示"));
+    entry(display, "mnu_TrashDisp", QStringLiteral("ごみ箱の表示"));
     entry(display, "mnu_Group", QStringLiteral("参加者一覧"), false);
     entry(display, "mnu_Retry_Net", QStringLiteral("参加者再検索"), false);
     entry(display, "mnu_ShowNetWork", QStringLiteral("ﾈｯﾄﾜｰｸ情報表示"), false);
@@ -61,7 +61,7 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(arrange, "mnu_RightUnder", QStringLiteral("右下から配置"));
     entry(top, "mnu_Chat", QStringLiteral("ｸﾞﾛｰﾊﾞﾙﾁｬｯﾄ表示"), false);
     entry(top, "mnu_PrvChat", QStringLiteral("１：１ﾁｬｯﾄの開始"), false);
-    entry(top, "mnu_NewTag", QStringLiteral("付箋の新規作成"), false);
+    entry(top, "mnu_NewTag", QStringLiteral("付箋の新規作成"));
     entry(top, "mnu_PopCancel", QStringLiteral("ｷｬﾝｾﾙ (ﾒﾆｭｰを閉じる)"));
     entry(top, "mnuExit", QStringLiteral("終了"));
 

@@ -3,6 +3,8 @@
 #include "clock.h"
 #include "clockchangewatcher.h"
 #include "desktopdisplay.h"
+#include "editorhost.h"
+#include "maildesk.h"
 #include "mainmenu.h"
 #include "prompt.h"
 #include "runlocation.h"
@@ -131,6 +133,12 @@ bool TagMain::start()
 
     applySettingsToMenu();
 
+    // 13. Mail: the log switch, the address book.
+    m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
+    m_mail->log().setEnabled(m_env.byte(Env::LogEnabled) != 0);
+    m_mail->loadAddressBook();
+    applySettingsToMenu();
+
     // 15-16. The stored tags: due ones go up, files due are opened, mail due is
     // sent, and the timer waits for the nearest change.
     m_display = std::make_unique<DesktopDisplay>(*m_store, m_env, m_prompt);
@@ -138,7 +146,13 @@ bool TagMain::start()
     connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
     connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
     connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
+    m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
     m_tagScheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_scheduler);
+    m_editors = std::make_unique<EditorHost>(*m_store, m_prompt, m_clock, *m_tagScheduler, *m_display, *m_mail);
+    m_editors->setTrayRestorer([this] {
+        if (m_tray)
+            m_tray->show();
+    });
     m_tagScheduler->loadAll();
     m_running = true;
     return true;
@@ -206,7 +220,8 @@ void TagMain::trayMessage(int message, bool shift)
             m_display->raiseAll();
         break;
     case TrayMessages::Action::NewTag:
-        onTagDoubleClicked();
+        if (m_editors)
+            m_editors->openNew();
         break;
     case TrayMessages::Action::OpenMenu:
         if (m_mainMenu)
@@ -220,8 +235,6 @@ void TagMain::setUpMenus()
 {
     m_mainMenu = std::make_unique<MainMenu>();
     m_tagMenu = std::make_unique<TagPopupMenu>();
-    // The editor is not part of this build yet.
-    m_tagMenu->entryAction(TagPopupMenu::Update)->setEnabled(false);
     connect(m_tagMenu.get(), &TagPopupMenu::chosen, this,
             [this](int k, TagPopupMenu::Entry entry) { onTagMenu(k, int(entry)); });
     auto on = [this](const char *name, auto handler) {
@@ -249,6 +262,12 @@ void TagMain::setUpMenus()
         if (const auto env = m_store->readEnv())
             m_env = *env;
     });
+    on("mnu_NewTag", [this] { m_editors->openNew(); });
+    on("mnuList", [this] { m_editors->showTagList(); });
+    on("mnu_TrashDisp", [this] { m_editors->showTrashList(); });
+    on("mnu_SMTPSet", [this] { m_mail->openSmtpSetup(); });
+    on("mnu_AddressEdit", [this] { m_mail->openAddressList(); });
+    on("mnu_LogStart", [this] { toggleLog(); });
     on("mnu_Redisp", [this] { m_tagScheduler->redisplay(); });
     on("mnuStop", [this] { togglePause(); });
     on("mnu_LeftTop", [this] { m_display->arrange(Corner::TopLeft); });
@@ -265,6 +284,9 @@ void TagMain::applySettingsToMenu()
     check("mnu_ScmTop", m_env.byte(Env::ScmTop) == 1);
     check("mnu_NetTop", m_env.byte(Env::NetTop) == 1);
     check("mnu_NetSound", m_env.byte(Env::NetSound) == 1);
+    m_mainMenu->action(QStringLiteral("mnu_LogStart"))
+        ->setText(m_env.byte(Env::LogEnabled) != 0 ? QStringLiteral("通信ﾛｸﾞ記録終了")
+                                                       : QStringLiteral("通信ﾛｸﾞ記録開始"));
     const int back = m_env.byte(Env::BackColor);
     if (back < MainMenu::BackColors)
         check(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(back)), true);
@@ -302,11 +324,23 @@ void TagMain::onTagPressed()
     m_display->sound().stopMidi();
 }
 
-void TagMain::onTagDoubleClicked()
+bool TagMain::isEditorOpen() const
 {
-    // The editor joins the program later; while it is open no second one starts.
-    if (m_editorOpen)
-        m_prompt.inform(QStringLiteral("登録画面が表示されています。終了させて下さい。"));
+    return m_editors && m_editors->isEditorOpen();
+}
+
+void TagMain::onTagDoubleClicked(int k)
+{
+    // While the editor is open only its message is shown.
+    if (m_editors)
+        m_editors->openEditor(k);
+}
+
+void TagMain::toggleLog()
+{
+    const bool on = m_env.byte(Env::LogEnabled) == 0;
+    if (changeSetting([on](EnvRecord &e) { e.setByte(Env::LogEnabled, on ? 1 : 0); }))
+        m_mail->log().setEnabled(on);
 }
 
 void TagMain::onTagMenu(int k, int entry)
@@ -325,8 +359,11 @@ void TagMain::onTagMenu(int k, int entry)
     case TagPopupMenu::URLOpen:
         TagActions::openUrl(tag->message());
         break;
+    case TagPopupMenu::EMail:
+        m_mail->sendContent(k, w);
+        break;
     case TagPopupMenu::Update:
-        onTagDoubleClicked();
+        m_editors->openEditor(k);
         break;
     case TagPopupMenu::Close:
         m_tagScheduler->hideTag(k);
@@ -334,19 +371,11 @@ void TagMain::onTagMenu(int k, int entry)
     case TagPopupMenu::Delete:
         tag->setStateMark(TagRecord::InTrash);
         if (m_store->writeTag(k, *tag))
-            m_tagScheduler->dropTag(k);
+            m_editors->tagTrashed(k);
         break;
-    case TagPopupMenu::Create: {
-        TagRecord copy = *tag;
-        copy.setLong(Tag::PosX, tag->longValue(Tag::PosX) + 20);
-        copy.setLong(Tag::PosY, tag->longValue(Tag::PosY) + 20);
-        QString error;
-        if (const auto added = m_store->addTag(copy, &error))
-            m_tagScheduler->tagChanged(*added);
-        else
-            qWarning().noquote() << "Pinboard:" << error;
+    case TagPopupMenu::Create:
+        m_editors->openEditorCopy(k);
         break;
-    }
     case TagPopupMenu::ReSize:
         if (w) {
             const QSize size = TagActions::fitToText(*w);
@@ -387,8 +416,10 @@ void TagMain::shutdown()
     // 7. The alarm that may still be playing.
     if (m_display)
         m_display->sound().stopMidi();
+    m_editors.reset();
     m_tagScheduler.reset();
     m_display.reset();
+    m_mail.reset();
     m_mainMenu.reset();
     m_tagMenu.reset();
     m_running = false;

@@ -14,6 +14,8 @@
 class Clock;
 class ClockChangeWatcher;
 class DesktopDisplay;
+class EditorHost;
+class MailDesk;
 class MainMenu;
 class Prompt;
 class QMenu;
@@ -60,8 +62,9 @@ public:
     void SchedulerTick();
     // A mouse message of the tray icon (0x200 moved over it ... 0x204 right button).
     void trayMessage(int message, bool shift);
-    // The editor opens from the tray, a tag and the lists once it is part of the program.
-    bool isEditorOpen() const { return m_editorOpen; }
+    bool isEditorOpen() const;
+    EditorHost *editors() const { return m_editors.get(); }
+    MailDesk *mail() const { return m_mail.get(); }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -79,7 +82,8 @@ private:
     bool changeSetting(const std::function<void(EnvRecord &)> &change);
     void togglePause();
     void onTagPressed();
-    void onTagDoubleClicked();
+    void onTagDoubleClicked(int k);
+    void toggleLog();
     void onTagMenu(int k, int entry);
 
     Prompt &m_prompt;
@@ -98,8 +102,9 @@ private:
     std::unique_ptr<TrayAttach> m_trayAttach;
     std::unique_ptr<DesktopDisplay> m_display;
     std::unique_ptr<Scheduler> m_tagScheduler;
+    std::unique_ptr<MailDesk> m_mail;
+    std::unique_ptr<EditorHost> m_editors;
     TrayMessages m_trayMessages;
     QIcon m_icon;
     bool m_paused = false;
-    bool m_editorOpen = false;
 };

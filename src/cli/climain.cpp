@@ -27,7 +27,8 @@ const QLatin1String EnvKey("env");
 const QLatin1String TagsKey("tags");
 
 constexpr const char *Usage = "usage: pinboard-cli dump [DIR] | load [DIR] FILE.json"
-                              " | eval [DIR] [--at \"yyyy/mm/dd hh:nn:ss\"] [--tag N]";
+                              " | eval [DIR] [--at \"yyyy/mm/dd hh:nn:ss\"] [--tag N]"
+                              " | mail-test [DIR] | mail [DIR] --tag N";
 
 bool fail(QString *error, const QString &why)
 {

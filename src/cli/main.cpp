@@ -1,4 +1,5 @@
 #include "climain.h"
+#include "mailcommand.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -10,10 +11,18 @@ int main(int argc, char *argv[])
     QCoreApplication app(argc, argv);
     QFile out;
     QFile err;
-    out.open(stdout, QIODevice::WriteOnly);
-    err.open(stderr, QIODevice::WriteOnly);
-    const int status = Cli::run(QCoreApplication::arguments().mid(1),
-                                QCoreApplication::applicationDirPath(), out, err);
+    out.open(stdout, QIODevice::WriteOnly | QIODevice::Unbuffered);
+    err.open(stderr, QIODevice::WriteOnly | QIODevice::Unbuffered);
+    const QStringList args = QCoreApplication::arguments().mid(1);
+    if (Cli::MailCommand::handles(args)) {
+        // The mail commands talk to a server: they run on the event loop.
+        Cli::MailCommand command(out, err);
+        QObject::connect(&command, &Cli::MailCommand::finished, &app, &QCoreApplication::exit);
+        if (const auto status = command.start(args, QCoreApplication::applicationDirPath()))
+            return *status;
+        return app.exec();
+    }
+    const int status = Cli::run(args, QCoreApplication::applicationDirPath(), out, err);
     out.flush();
     err.flush();
     return status;

@@ -66,15 +66,15 @@ void TestTrayMenu::menuTree_data()
                                             QStringLiteral("mnu_Redisp=再表示"), QStringLiteral("mnuStop=一時停止"),
                                             QStringLiteral("mnu_haiti=再配置"), QStringLiteral("!mnu_Chat=ｸﾞﾛｰﾊﾞﾙﾁｬｯﾄ表示"),
                                             QStringLiteral("!mnu_PrvChat=１：１ﾁｬｯﾄの開始"),
-                                            QStringLiteral("!mnu_NewTag=付箋の新規作成"),
+                                            QStringLiteral("mnu_NewTag=付箋の新規作成"),
                                             QStringLiteral("mnu_PopCancel=ｷｬﾝｾﾙ (ﾒﾆｭｰを閉じる)"), QStringLiteral("mnuExit=終了")};
     QTest::newRow("mnu_Config") << QStringLiteral("mnu_Config")
                                 << QStringList{QStringLiteral("!mnu_HotKey=ｼｮｰﾄｶｯﾄｷｰ登録"),
                                                QStringLiteral("mnu_AutoPos=表示位置自動補正"),
                                                QStringLiteral("!mnu_NetSet=ﾈｯﾄﾜｰｸの設定"),
-                                               QStringLiteral("!mnu_SMTPSet=ﾒｰﾙ(SMTP)の設定"),
-                                               QStringLiteral("!mnu_AddressEdit=ﾒｰﾙｱﾄﾞﾚｽ帳編集"),
-                                               QStringLiteral("!mnu_LogStart=通信ﾛｸﾞ記録開始"),
+                                               QStringLiteral("mnu_SMTPSet=ﾒｰﾙ(SMTP)の設定"),
+                                               QStringLiteral("mnu_AddressEdit=ﾒｰﾙｱﾄﾞﾚｽ帳編集"),
+                                               QStringLiteral("mnu_LogStart=通信ﾛｸﾞ記録開始"),
                                                QStringLiteral("mnu_Other=その他の基本設定")};
     QTest::newRow("mnu_Other") << QStringLiteral("mnu_Other")
                                << QStringList{QStringLiteral("mnu_ScmTop=ｽｹｼﾞｭｰﾙで表示される付箋を最上位に表示"),
@@ -86,7 +86,7 @@ void TestTrayMenu::menuTree_data()
                                               QStringLiteral("mnu_RightTop=右上から配置"),
                                               QStringLiteral("mnu_RightUnder=右下から配置")};
     QTest::newRow("mnu_Display") << QStringLiteral("mnu_Display")
-                                 << QStringList{QStringLiteral("!mnuList=一覧表示"), QStringLiteral("!mnu_TrashDisp=ごみ箱の表示"),
+                                 << QStringList{QStringLiteral("mnuList=一覧表示"), QStringLiteral("mnu_TrashDisp=ごみ箱の表示"),
                                                 QStringLiteral("!mnu_Group=参加者一覧"), QStringLiteral("!mnu_Retry_Net=参加者再検索"),
                                                 QStringLiteral("!mnu_ShowNetWork=ﾈｯﾄﾜｰｸ情報表示")};
 }

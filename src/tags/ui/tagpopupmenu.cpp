@@ -35,9 +35,8 @@ TagPopupMenu::TagPopupMenu(QWidget *parent) : QMenu(parent)
         connect(a, &QAction::triggered, this, [this, entry] { Q_EMIT chosen(m_k, entry); });
         m_actions[i] = a;
     }
-    // Sending to another computer and by mail are not there yet.
+    // Sending to another computer is not there yet.
     m_actions[SendTo]->setEnabled(false);
-    m_actions[EMail]->setEnabled(false);
 }
 
 void TagPopupMenu::prepare(int k, bool urlEnabled)

@@ -1,0 +1,164 @@
+#include "editorhost.h"
+
+#include "desktopdisplay.h"
+#include "maildesk.h"
+#include "prompt.h"
+#include "scheduler.h"
+#include "tagentry.h"
+#include "taglist.h"
+#include "tagstore.h"
+#include "trashlist.h"
+
+EditorHost::EditorHost(const TagStore &store, Prompt &prompt, const Clock &clock,
+                       Scheduler &scheduler, DesktopDisplay &display, MailDesk &mail,
+                       QObject *parent)
+    : QObject(parent), m_store(store), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
+      m_display(display), m_mail(mail)
+{
+}
+
+EditorHost::~EditorHost()
+{
+    delete m_editor;
+    delete m_tagList;
+    delete m_trashList;
+}
+
+QString EditorHost::editorOpenText()
+{
+    return QStringLiteral("登録画面が表示されています。終了させて下さい。");
+}
+
+bool EditorHost::isEditorOpen() const
+{
+    return !m_editor.isNull();
+}
+
+TagEntry *EditorHost::newEditor()
+{
+    if (m_editor) {
+        m_prompt.inform(editorOpenText());
+        m_editor->raise();
+        m_editor->activateWindow();
+        return nullptr;
+    }
+    auto *editor = new TagEntry(m_store, m_prompt, m_clock, m_display.sound());
+    editor->setAttribute(Qt::WA_DeleteOnClose);
+    connect(editor, &TagEntry::tagStored, this, [this, editor](int k) {
+        m_mail.tagStored(editor, k);
+        m_scheduler.tagChanged(k);
+        refreshLists();
+    });
+    connect(editor, &TagEntry::tagTrashed, this, [this](int k) {
+        m_scheduler.dropTag(k);
+        refreshLists();
+    });
+    connect(editor, &TagEntry::mailRecipientsRequested, this,
+            [this, editor](int k) { m_mail.editRecipients(editor, k, editor); });
+    connect(editor, &QObject::destroyed, this, [this, editor] { m_mail.editorClosed(editor); });
+    m_editor = editor;
+    return editor;
+}
+
+void EditorHost::openNew()
+{
+    if (TagEntry *e = newEditor()) {
+        e->openNew();
+        e->show();
+    }
+}
+
+void EditorHost::openEditor(int k)
+{
+    if (TagEntry *e = newEditor()) {
+        if (!e->openTag(k)) {
+            delete e;
+            return;
+        }
+        e->show();
+    }
+}
+
+void EditorHost::openEditorCopy(int k)
+{
+    if (TagEntry *e = newEditor()) {
+        if (!e->openCopy(k)) {
+            delete e;
+            return;
+        }
+        e->show();
+    }
+}
+
+void EditorHost::showTagList()
+{
+    if (!m_tagList) {
+        m_tagList = new TagList(m_store, m_prompt, *this);
+        m_tagList->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_tagList->show();
+    m_tagList->raise();
+    m_tagList->activateWindow();
+}
+
+void EditorHost::showTrashList()
+{
+    if (!m_trashList) {
+        m_trashList = new TrashList(m_store, m_prompt, *this);
+        m_trashList->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_trashList->show();
+    m_trashList->raise();
+    m_trashList->activateWindow();
+}
+
+void EditorHost::refreshLists()
+{
+    if (m_tagList)
+        m_tagList->refill();
+    if (m_trashList)
+        m_trashList->refill();
+}
+
+bool EditorHost::isShown(int k) const
+{
+    return m_display.isShown(k);
+}
+
+void EditorHost::hideTag(int k)
+{
+    m_scheduler.hideTag(k);
+}
+
+void EditorHost::redisplayTag(int k)
+{
+    m_scheduler.tagChanged(k);
+}
+
+void EditorHost::tagTrashed(int k)
+{
+    m_scheduler.dropTag(k);
+    refreshLists();
+}
+
+void EditorHost::tagRestored(int k)
+{
+    m_scheduler.tagChanged(k);
+    refreshLists();
+}
+
+void EditorHost::tagDeletedForGood(int k)
+{
+    m_mail.forgetTag(k);
+}
+
+void EditorHost::stopMidi()
+{
+    m_display.sound().stopMidi(&m_prompt);
+}
+
+void EditorHost::restoreTrayIcon()
+{
+    if (m_restoreTray)
+        m_restoreTray();
+}

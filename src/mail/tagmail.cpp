@@ -1,0 +1,103 @@
+#include "tagmail.h"
+
+#include "clock.h"
+#include "mailsender.h"
+#include "prompt.h"
+#include "tagstore.h"
+
+namespace {
+bool hasAddress(const QStringList &list)
+{
+    for (const QString &a : list) {
+        if (!a.isEmpty())
+            return true;
+    }
+    return false;
+}
+QString failedPrefix()
+{
+    return QStringLiteral("メール送信に失敗しました。　");
+}
+} // namespace
+
+QString TagMailer::noAddressText()
+{
+    return QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
+}
+
+TagMailer::TagMailer(const FileSet &files, const TagStore &store, MailSender &sender,
+                     const Clock &clock, Prompt &prompt)
+    : m_files(files), m_store(store), m_sender(sender), m_clock(clock), m_prompt(prompt)
+{
+}
+
+std::optional<MailContent> TagMailer::contentOf(int k, QString *error) const
+{
+    const auto env = m_store.readEnv(error);
+    if (!env)
+        return std::nullopt;
+    const auto tag = m_store.readTag(k, error);
+    if (!tag)
+        return std::nullopt;
+    const TagMailSettings s = MailSettingsFile(m_files.dt4).read(k);
+    MailContent c;
+    c.from = env->text(Env::SmtpFrom);
+    c.to = s.to;
+    c.cc = s.cc;
+    c.bcc = s.bcc;
+    c.subject = s.subject;
+    c.body = tag->message();
+    // The file box of a mail tag attaches its file.
+    if (tag->byte(Tag::SoundFlag) == 1)
+        c.attachmentPath = tag->text(Tag::FilePath);
+    return c;
+}
+
+bool TagMailer::SendTagMail(int k)
+{
+    QString why;
+    const auto content = contentOf(k, &why);
+    if (!content) {
+        m_sender.reportFailure(failedPrefix() + why);
+        return false;
+    }
+    return queue(*content);
+}
+
+bool TagMailer::sendDirect(const TagMailSettings &recipients, const QString &text)
+{
+    const auto env = m_store.readEnv();
+    MailContent c;
+    c.from = env ? env->text(Env::SmtpFrom) : QString();
+    c.to = recipients.to;
+    c.cc = recipients.cc;
+    c.bcc = recipients.bcc;
+    c.subject = recipients.subject;
+    c.body = text;
+    c.directText = true;
+    return queue(c);
+}
+
+bool TagMailer::queue(const MailContent &content)
+{
+    if (!hasAddress(content.to)) {
+        m_prompt.warn(noAddressText());
+        return false;
+    }
+    const auto env = m_store.readEnv();
+    if (!env)
+        return false;
+    QString why;
+    const auto composed = ComposeTagMail(content, m_clock.now(), &why);
+    if (!composed) {
+        m_sender.reportFailure(failedPrefix() + why);
+        return false;
+    }
+    SmtpMail mail;
+    mail.to = content.to;
+    mail.cc = content.cc;
+    mail.bcc = content.bcc;
+    mail.message = composed->header + composed->body;
+    m_sender.send(smtpSettingsFrom(*env), mail);
+    return true;
+}

@@ -1,0 +1,142 @@
+#pragma once
+
+#include "envrecord.h"
+#include "tagentryinput.h"
+#include "tagrecord.h"
+
+#include <QDialog>
+#include <array>
+#include <functional>
+
+class Clock;
+class Prompt;
+class QButtonGroup;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QMenu;
+class QPlainTextEdit;
+class QPushButton;
+class QRadioButton;
+class SoundPlayer;
+class TagStore;
+
+// The dialog in which a tag is written or changed: message, look, schedule, sound
+// or file, and the seal for sending. OK checks the input (validateForStore), stores
+// the tag and says so; showing it is the owner's part.
+class TagEntry : public QDialog
+{
+    Q_OBJECT
+public:
+    static constexpr int DefaultWidthTwips = 8500;
+    static constexpr int DefaultHeightTwips = 7400;
+
+    TagEntry(const TagStore &store, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
+             QWidget *parent = nullptr);
+
+    void openNew();                      // defaults from record 1, today's date in txt_Date
+    bool openTag(int k);                 // edit stored tag k; false when it cannot be read
+    bool openCopy(int k);                // a copy of tag k as a new tag
+    int tagIndex() const { return m_k; } // 0 for a new tag not yet stored
+
+    // What the controls hold now.
+    TagEntryInput input() const;
+    // Some control changed since the tag was opened.
+    bool isChanged() const { return m_changed; }
+
+    // Answers cmd_Sound with a path, or "" when cancelled. By default a file dialog.
+    using FileChooser = std::function<QString(const QString &title, const QString &folder)>;
+    void setFileChooser(FileChooser chooser) { m_chooseFile = std::move(chooser); }
+    // The folder the sound chooser starts in: the user's music folder, else /usr/share/sounds.
+    static QString soundFolder();
+
+    void done(int result) override;
+
+Q_SIGNALS:
+    void tagStored(int k);
+    void tagTrashed(int k);
+    void mailRecipientsRequested(int k);
+
+private:
+    void buildControls();
+    QLayout *buildLook();
+    QWidget *buildSchedule();
+    QWidget *buildFiles();
+    void buildMenus(QLayout *layout);
+    void fillCalendarMenu();
+    void watchChanges();
+
+    void start(int k, const TagRecord &base, const TagEntryInput &in, const EnvRecord &env);
+    void load(const TagEntryInput &in);
+    void setLook(const TagLook &look);
+    void showLook();
+    void markChanged();
+    void kindChanged();
+    void fileModeChanged();
+    void exclusiveFileModes(QCheckBox *turnedOn);
+
+    void storeTag();
+    void trashTag();
+    void restoreDefaultLook();
+    void chooseColor(bool fore);
+    void chooseFont();
+    void chooseFile();
+    void replay();
+    void pickDate(QLineEdit *field, QLineEdit *fallback);
+    void insertText(const QString &text);
+    void insertCalendar(const QDate &month);
+    void askCalendarMonth();
+
+    EnvRecord env() const;
+    void applyEntrySize(const EnvRecord &env);
+    void storeEntrySize();
+
+    const TagStore &m_store;
+    Prompt &m_prompt;
+    const Clock &m_clock;
+    SoundPlayer &m_sound;
+    FileChooser m_chooseFile;
+
+    int m_k = 0;
+    TagRecord m_base; // fields the editor does not show come from here
+    TagLook m_look;   // font and colours; the look check boxes hold the rest
+    bool m_loading = false;
+    bool m_changed = false;
+
+    QPlainTextEdit *m_message = nullptr;
+    QLabel *m_length = nullptr;
+    QCheckBox *m_3d = nullptr;
+    QCheckBox *m_frame = nullptr;
+    QCheckBox *m_frameM = nullptr;
+    QCheckBox *m_transpar = nullptr;
+    QCheckBox *m_topWindow = nullptr;
+    QCheckBox *m_blink = nullptr;
+    QButtonGroup *m_kinds = nullptr;
+    QLineEdit *m_date = nullptr;
+    QLineEdit *m_ddate = nullptr;
+    QPushButton *m_calender = nullptr;
+    QPushButton *m_calender2 = nullptr;
+    QComboBox *m_hh = nullptr;
+    QComboBox *m_mm = nullptr;
+    QComboBox *m_dhh = nullptr;
+    QComboBox *m_dmm = nullptr;
+    QComboBox *m_day = nullptr;
+    std::array<QCheckBox *, 7> m_week{};
+    std::array<QCheckBox *, 5> m_no{};
+    QCheckBox *m_soundOn = nullptr;
+    QCheckBox *m_openFile = nullptr;
+    QCheckBox *m_mail = nullptr;
+    QLineEdit *m_soundPath = nullptr;
+    QLabel *m_soundLabel = nullptr;
+    QPushButton *m_chooseButton = nullptr;
+    QPushButton *m_replay = nullptr;
+    QPushButton *m_delSound = nullptr;
+    QCheckBox *m_sealed = nullptr;
+    QLineEdit *m_password = nullptr;
+    QLineEdit *m_x = nullptr;
+    QLineEdit *m_y = nullptr;
+    QPushButton *m_delete = nullptr;
+    QPushButton *m_addNet = nullptr;
+    QMenu *m_calendarMenu = nullptr;
+};

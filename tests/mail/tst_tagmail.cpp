@@ -1,0 +1,172 @@
+#include "clock.h"
+#include "commlog.h"
+#include "cp932.h"
+#include "mailcompose.h"
+#include "mailsender.h"
+#include "mailsettingsfile.h"
+#include "prompt.h"
+#include "smtpserverprocess.h"
+#include "tagmail.h"
+#include "tagstore.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+// A tag's mail from its stored record and recipients, through a real server.
+class TestTagMail : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void deliversTheTagAsWritten();
+    void refusedBeforeAnySession_data();
+    void refusedBeforeAnySession();
+
+private:
+    int storeTag(const QString &attachment);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    FileSet m_files;
+    std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<ServerProcess> m_server;
+    ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
+    ScriptedPrompt m_prompt;
+};
+
+void TestTagMail::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_files = FileSet::forDirectory(m_dir->path());
+    m_store = std::make_unique<TagStore>(m_files.dt1);
+    m_server = std::make_unique<ServerProcess>(m_dir->path());
+    QVERIFY(m_server->start(QStringLiteral("normal")));
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setLong(Env::SmtpPort, m_server->port);
+    env.setLong(Env::SmtpTimeStep, 0);
+    env.setText(Env::SmtpFrom, QStringLiteral("pin@example.com"));
+    QVERIFY(m_store->writeEnv(env));
+    m_prompt = ScriptedPrompt();
+}
+
+void TestTagMail::cleanup()
+{
+    m_server.reset();
+}
+
+int TestTagMail::storeTag(const QString &attachment)
+{
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("会議は３時から\r\n.\r\n資料を持参"));
+    tag.setByte(Tag::MailFlag, 1);
+    tag.setByte(Tag::SoundFlag, attachment.isEmpty() ? 0 : 1);
+    tag.setText(Tag::FilePath, attachment);
+    const auto k = m_store->addTag(tag);
+    return k.value_or(0);
+}
+
+void TestTagMail::deliversTheTagAsWritten()
+{
+    const QString path = m_dir->filePath(QStringLiteral("memo.txt"));
+    const QByteArray file("\xff\x00\x41\x42\x43", 5);
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(file);
+    f.close();
+    const int k = storeTag(path);
+    QVERIFY(k > 0);
+    QVERIFY(MailSettingsFile(m_files.dt4)
+                .write(k, {QStringLiteral("議事録"),
+                           {QStringLiteral("a@example.com"), QString(), QStringLiteral("b@example.com")},
+                           {QStringLiteral("c@example.com")},
+                           {}}));
+
+    CommLog log(m_files.log, m_clock);
+    MailSender sender(log, m_clock, m_prompt);
+    QSignalSpy sent(&sender, &MailSender::sent);
+    TagMailer mailer(m_files, *m_store, sender, m_clock, m_prompt);
+    QVERIFY(mailer.SendTagMail(k));
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
+    QCOMPARE(sent.first().at(0).toBool(), true);
+    QVERIFY(m_prompt.shown.isEmpty());
+
+    const QStringList commands = m_server->commands();
+    QCOMPARE(commands.mid(1), (QStringList{QStringLiteral("MAIL FROM:<pin@example.com>"),
+                                           QStringLiteral("RCPT TO:<a@example.com>"),
+                                           QStringLiteral("RCPT TO:<b@example.com>"),
+                                           QStringLiteral("RCPT TO:<c@example.com>"),
+                                           QStringLiteral("DATA"), QStringLiteral("QUIT")}));
+
+    // What arrived is exactly the composition of the stored tag.
+    const auto content = mailer.contentOf(k);
+    QVERIFY(content);
+    QCOMPARE(content->attachmentPath, path);
+    const auto composed = ComposeTagMail(*content, m_clock.now());
+    QVERIFY(composed);
+    const QByteArray data = m_server->message(1);
+    QCOMPARE(data, composed->header + composed->body);
+
+    // And a mail reader gets the Japanese text and the file back.
+    const QString dataPath = m_dir->filePath(QStringLiteral("data.eml"));
+    QFile d(dataPath);
+    QVERIFY(d.open(QIODevice::WriteOnly));
+    d.write(data.chopped(3)); // without the final ".\r\n"
+    d.close();
+    QProcess parser;
+    parser.start(QStandardPaths::findExecutable(QStringLiteral("python3")),
+                 {QStringLiteral(PARSEMAIL_PY), dataPath});
+    QVERIFY(parser.waitForFinished(15000));
+    const QJsonObject read = QJsonDocument::fromJson(parser.readAllStandardOutput()).object();
+    QCOMPARE(read.value(QStringLiteral("subject")).toString(), QStringLiteral("議事録"));
+    QCOMPARE(read.value(QStringLiteral("text")).toString(),
+             QStringLiteral("会議は３時から\r\n.\r\n資料を持参\r\n"));
+    QCOMPARE(read.value(QStringLiteral("fileName")).toString(), QStringLiteral("memo.txt"));
+    // The program's base64 carries one zero byte after the file.
+    QCOMPARE(read.value(QStringLiteral("attachment")).toString().toLatin1(),
+             (file + QByteArray(1, '\0')).toHex());
+}
+
+void TestTagMail::refusedBeforeAnySession_data()
+{
+    QTest::addColumn<TagMailSettings>("recipients");
+    QTest::addColumn<QString>("message");
+    const QString failed = QStringLiteral("E-Mailの送信に失敗しました。(メール送信に失敗しました。　");
+    const QString advice = QStringLiteral(") 詳細はログファイルを記録する設定にして参照して下さい。");
+    QTest::newRow("no section") << TagMailSettings{} << TagMailer::noAddressText();
+    QTest::newRow("only cc") << TagMailSettings{QStringLiteral("件名"), {QString()}, {QStringLiteral("c@example.com")}, {}}
+                             << TagMailer::noAddressText();
+    QTest::newRow("header injection in the subject")
+        << TagMailSettings{QStringLiteral("件名\r\nBcc: x@example.com"), {QStringLiteral("a@example.com")}, {}, {}}
+        << failed + QStringLiteral("件名に改行が含まれています。") + advice;
+}
+
+void TestTagMail::refusedBeforeAnySession()
+{
+    QFETCH(TagMailSettings, recipients);
+    QFETCH(QString, message);
+    const int k = storeTag({});
+    if (!recipients.to.isEmpty()) {
+        // The profile file cannot hold a line break, so the subject comes straight in.
+        TagMailSettings clean = recipients;
+        clean.subject.clear();
+        QVERIFY(MailSettingsFile(m_files.dt4).write(k, clean));
+    }
+    CommLog log(m_files.log, m_clock);
+    MailSender sender(log, m_clock, m_prompt);
+    QSignalSpy sent(&sender, &MailSender::sent);
+    TagMailer mailer(m_files, *m_store, sender, m_clock, m_prompt);
+    if (recipients.subject.contains(u'\n'))
+        QVERIFY(!mailer.sendDirect(recipients, QStringLiteral("本文")));
+    else
+        QVERIFY(!mailer.SendTagMail(k));
+    QCOMPARE(m_prompt.shown, QStringList{message});
+    QTest::qWait(200);
+    QVERIFY(sent.isEmpty());
+    QVERIFY(!m_server->events().contains("OPEN"));
+}
+
+QTEST_GUILESS_MAIN(TestTagMail)
+#include "tst_tagmail.moc"

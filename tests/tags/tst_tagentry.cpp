@@ -1,0 +1,323 @@
+#include "clock.h"
+#include "oledate.h"
+#include "prompt.h"
+#include "soundplayer.h"
+#include "tagentry.h"
+#include "tagstore.h"
+#include "textcalendar.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+class TestTagEntry : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void newTagRoundTrip();
+    void faultFocus_data();
+    void faultFocus();
+    void editExisting();
+    void trash_data();
+    void trash();
+    void closeWithChanges_data();
+    void closeWithChanges();
+    void mailSwitch();
+    void insertMenus();
+
+private:
+    template <class W> W *get(const char *name) const
+    {
+        W *w = m_entry->findChild<W *>(QLatin1String(name));
+        if (!w)
+            qFatal("no control %s", name);
+        return w;
+    }
+    void click(const char *name) { get<QPushButton>(name)->click(); }
+    void check(const char *name) { get<QAbstractButton>(name)->setChecked(true); }
+    void pick(const char *name, int index) { get<QComboBox>(name)->setCurrentIndex(index); }
+    int addWeeklyTag();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<TagStore> m_store;
+    ScriptedPrompt m_prompt;
+    ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 0))};
+    std::unique_ptr<SoundPlayer> m_sound;
+    std::unique_ptr<TagEntry> m_entry;
+};
+
+void TestTagEntry::init()
+{
+    m_entry.reset();
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_store = std::make_unique<TagStore>(m_dir->filePath(u"Pinboard.dt1"_s));
+    QVERIFY(m_store->writeEnv(EnvRecord()));
+    m_prompt = ScriptedPrompt();
+    m_sound = std::make_unique<SoundPlayer>();
+    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+}
+
+int TestTagEntry::addWeeklyTag()
+{
+    TagRecord t;
+    t.setMessage(u"朝礼\r\n3F"_s);
+    t.setByte(Tag::ScheduleKind, 3);
+    t.setDate(Tag::DisplayDateTime, QDateTime(QDate(1900, 1, 1), QTime(8, 15), Qt::UTC));
+    t.setByte(Tag::WeekdayFlags, 1, 1);
+    t.setByte(Tag::WeekOfMonthFlags, 1, 2);
+    t.setText(Tag::SenderName, u"総務"_s);
+    t.setLong(Tag::Width, 240);
+    return m_store->addTag(t).value_or(0);
+}
+
+void TestTagEntry::newTagRoundTrip()
+{
+    m_entry->openNew();
+    QCOMPARE(m_entry->tagIndex(), 0);
+    QCOMPARE(get<QLineEdit>("txt_Date")->text(), u"2024/05/01"_s);
+    QVERIFY(get<QCheckBox>("chk_Frame")->isChecked()); // DefaultFrame of a fresh record 1
+    QVERIFY(!get<QPushButton>("cmd_Delete")->isEnabled());
+    get<QPlainTextEdit>("txt_Message")->setPlainText(u"会議\n3F"_s);
+    QCOMPARE(get<QLabel>("lbl_Length")->text(), u"残りﾊﾞｲﾄ数：27992"_s);
+    check("opt_Sel1");
+    pick("cmb_HH", 10);
+    pick("cmb_MM", 30);
+    pick("cmb_DHH", 11);
+    pick("cmb_DMM", 0);
+    check("chk_Blink");
+    get<QLineEdit>("txt_Xadr")->setText(u"40"_s);
+    QSignalSpy stored(m_entry.get(), &TagEntry::tagStored);
+    click("Command1");
+
+    QCOMPARE(m_prompt.shown, QStringList());
+    QCOMPARE(stored.count(), 1);
+    QCOMPARE(stored.at(0).at(0).toInt(), 1);
+    QCOMPARE(m_entry->result(), int(QDialog::Accepted));
+    const auto tag = m_store->readTag(1);
+    QVERIFY(tag);
+    QCOMPARE(tag->tagNumber(), u"00001"_s);
+    QCOMPARE(tag->message(), u"会議\r\n3F"_s);
+    QCOMPARE(tag->byte(Tag::ScheduleKind), 1);
+    QCOMPARE(tag->date(Tag::DisplayDateTime), QDateTime(QDate(2024, 5, 1), QTime(10, 30), Qt::UTC));
+    QCOMPARE(tag->date(Tag::EraseDateTime), QDateTime(QDate(2024, 5, 1), QTime(11, 0), Qt::UTC));
+    QCOMPARE(tag->byte(Tag::Blink), 1);
+    QCOMPARE(tag->byte(Tag::Frame), 1);
+    QCOMPARE(tag->longValue(Tag::PosX), 40);
+    QCOMPARE(tag->longValue(Tag::Width), 200); // DefaultWidth
+    // Closing keeps the editor's size in twips.
+    const auto env = m_store->readEnv();
+    QCOMPARE(env->longValue(Env::EntryWidth), m_entry->width() * 1440 / m_entry->logicalDpiX());
+    QVERIFY(env->longValue(Env::EntryHeight) > 0);
+}
+
+void TestTagEntry::faultFocus_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("eraseDate");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("control");
+    QTest::newRow("weekly") << u"opt_Sel3"_s << QString()
+                            << u"少なくとも表示する曜日を一個所は指定して下さい。"_s
+                            << u"chk_Week0"_s;
+    QTest::newRow("same day") << u"opt_Sel1"_s << u"2024/05/01"_s
+                              << u"表示日と消去日が同じ時は、消去時刻も指定して下さい。"_s
+                              << u"cmb_DHH"_s;
+    QTest::newRow("monthly") << u"opt_Sel4"_s << QString() << u"表示する日を指定して下さい。"_s
+                             << u"cmb_Day"_s;
+}
+
+void TestTagEntry::faultFocus()
+{
+    QFETCH(QString, kind);
+    QFETCH(QString, eraseDate);
+    QFETCH(QString, message);
+    QFETCH(QString, control);
+    m_entry->openNew();
+    m_entry->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_entry.get()));
+    get<QPlainTextEdit>("txt_Message")->setPlainText(u"x"_s);
+    m_entry->findChild<QRadioButton *>(kind)->setChecked(true);
+    get<QLineEdit>("txt_Ddate")->setText(eraseDate);
+    pick("cmb_HH", 10);
+    pick("cmb_MM", 0);
+    click("Command1");
+    QCOMPARE(m_prompt.shown, QStringList{message});
+    QCOMPARE(m_prompt.titles, QStringList{Prompt::defaultTitle()});
+    QCOMPARE(QApplication::focusWidget()->objectName(), control);
+    QVERIFY(m_entry->isVisible());
+    QCOMPARE(m_store->tagCount(), 0);
+}
+
+void TestTagEntry::editExisting()
+{
+    QCOMPARE(addWeeklyTag(), 1);
+    QVERIFY(m_entry->openTag(1));
+    QCOMPARE(m_entry->tagIndex(), 1);
+    QCOMPARE(get<QPlainTextEdit>("txt_Message")->toPlainText(), u"朝礼\n3F"_s);
+    QVERIFY(get<QRadioButton>("opt_Sel3")->isChecked());
+    QVERIFY(get<QCheckBox>("chk_Week1")->isChecked() && get<QCheckBox>("chk_No1")->isChecked());
+    QVERIFY(!get<QCheckBox>("chk_Week0")->isChecked() && !get<QCheckBox>("chk_No0")->isChecked());
+    QCOMPARE(get<QComboBox>("cmb_HH")->currentText(), u"08時"_s);
+    QCOMPARE(get<QComboBox>("cmb_MM")->currentText(), u"15分"_s);
+    QCOMPARE(get<QComboBox>("cmb_DHH")->currentIndex(), -1);
+    QVERIFY(!get<QLineEdit>("txt_Date")->isEnabled() && !get<QComboBox>("cmb_Day")->isEnabled());
+    QVERIFY(get<QCheckBox>("chk_Week3")->isEnabled());
+    QVERIFY(!m_entry->isChanged());
+
+    get<QPlainTextEdit>("txt_Message")->setPlainText(u"朝礼は中止"_s);
+    check("chk_Week5");
+    QVERIFY(m_entry->isChanged());
+    QSignalSpy stored(m_entry.get(), &TagEntry::tagStored);
+    click("Command1");
+    QCOMPARE(stored.count(), 1);
+    QCOMPARE(stored.at(0).at(0).toInt(), 1);
+    QCOMPARE(m_store->tagCount(), 1);
+    const auto tag = m_store->readTag(1);
+    QCOMPARE(tag->message(), u"朝礼は中止"_s);
+    QCOMPARE(tag->byte(Tag::WeekdayFlags, 5), 1);
+    QCOMPARE(tag->tagNumber(), u"00001"_s);
+    QCOMPARE(tag->text(Tag::SenderName), u"総務"_s);
+    QCOMPARE(tag->longValue(Tag::Width), 240);
+}
+
+void TestTagEntry::trash_data()
+{
+    QTest::addColumn<bool>("yes");
+    QTest::addColumn<QString>("mark");
+    QTest::newRow("Yes") << true << u"D"_s;
+    QTest::newRow("No") << false << u"0"_s;
+}
+
+void TestTagEntry::trash()
+{
+    QFETCH(bool, yes);
+    QFETCH(QString, mark);
+    QCOMPARE(addWeeklyTag(), 1);
+    QVERIFY(m_entry->openTag(1));
+    m_entry->show();
+    get<QPlainTextEdit>("txt_Message")->setPlainText(u"変更"_s); // trashing asks nothing more
+    QSignalSpy trashed(m_entry.get(), &TagEntry::tagTrashed);
+    m_prompt.answers = {yes};
+    click("cmd_Delete");
+    QCOMPARE(m_prompt.shown,
+             QStringList{
+                 u"現在編集を行っているタグをごみ箱に入れます。（削除する）。よろしいですか？"_s});
+    QCOMPARE(m_prompt.titles, QStringList{u"削除の確認"_s});
+    QCOMPARE(m_store->readTag(1)->stateMark(), mark);
+    QCOMPARE(trashed.count(), yes ? 1 : 0);
+    QCOMPARE(m_entry->isVisible(), !yes);
+    QCOMPARE(m_store->readTag(1)->message(), u"朝礼\r\n3F"_s);
+}
+
+void TestTagEntry::closeWithChanges_data()
+{
+    QTest::addColumn<bool>("change");
+    QTest::addColumn<QList<bool>>("answers");
+    QTest::addColumn<bool>("open");
+    QTest::newRow("unchanged") << false << QList<bool>{} << false;
+    QTest::newRow("changed, No") << true << QList<bool>{false} << true;
+    QTest::newRow("changed, Yes") << true << QList<bool>{true} << false;
+}
+
+void TestTagEntry::closeWithChanges()
+{
+    QFETCH(bool, change);
+    QFETCH(QList<bool>, answers);
+    QFETCH(bool, open);
+    m_entry->openNew();
+    m_entry->show();
+    if (change)
+        check("chk_3d");
+    m_prompt.answers = answers;
+    click("cmd_Cancel");
+    QCOMPARE(m_entry->isVisible(), open);
+    const QStringList asked{
+        u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s};
+    QCOMPARE(m_prompt.shown, change ? asked : QStringList());
+    QCOMPARE(m_prompt.titles, change ? QStringList{u"終了確認"_s} : QStringList());
+    QCOMPARE(m_store->tagCount(), 0);
+}
+
+void TestTagEntry::mailSwitch()
+{
+    m_entry->openNew();
+    auto *addNet = get<QPushButton>("cmd_AddNet");
+    QVERIFY(!addNet->isEnabled());
+    QCOMPARE(addNet->toolTip(),
+             u"指定された内容でタグをネットワーク上の他のコンピューターに登録します"_s);
+    check("chk_Mail");
+    QVERIFY(addNet->isEnabled());
+    QCOMPARE(addNet->toolTip(), u"指定された内容をＥ－Ｍａｉｌで送ります。（又、現在設定されている"
+                                u"送り先を確認することが出来ます）"_s);
+    QCOMPARE(get<QCheckBox>("chk_Sound")->text(), u"ﾒｰﾙにﾌｧｲﾙを添付する。"_s);
+    QSignalSpy recipients(m_entry.get(), &TagEntry::mailRecipientsRequested);
+    addNet->click();
+    QCOMPARE(recipients.count(), 1);
+    QCOMPARE(recipients.at(0).at(0).toInt(), 0);
+
+    QStringList titles;
+    m_entry->setFileChooser([&titles](const QString &title, const QString &) {
+        titles << title;
+        return u"/tmp/添付.txt"_s;
+    });
+    check("chk_Sound");
+    click("cmd_Sound");
+    check("chk_OpenFile"); // takes over from mail
+    QVERIFY(!get<QCheckBox>("chk_Mail")->isChecked() && !get<QCheckBox>("chk_Sound")->isChecked());
+    click("cmd_Sound");
+    QCOMPARE(titles, (QStringList{u"メールに添付するファイルを選択して下さい。"_s,
+                                  u"指定時刻に開く（実行する）ファイルを選択して下さい。"_s}));
+    QCOMPARE(get<QLineEdit>("txt_Sound")->text(), u"/tmp/添付.txt"_s);
+    QCOMPARE(get<QCheckBox>("chk_Sound")->text(), u"ｻｳﾝﾄﾞを鳴らす。"_s);
+    QVERIFY(!addNet->isEnabled());
+}
+
+void TestTagEntry::insertMenus()
+{
+    m_entry->openNew();
+    auto *message = get<QPlainTextEdit>("txt_Message");
+    message->setPlainText(u"山田様"_s);
+    message->moveCursor(QTextCursor::End);
+    m_entry->findChild<QAction *>(u"mnu_TelReq"_s)->trigger();
+    m_entry->findChild<QAction *>(u"mnu_DateTimeL"_s)->trigger();
+    QCOMPARE(message->toPlainText(),
+             u"山田様 から電話がありました。折り返し電話を下さい。 2024年05月01日 09時00分00秒"_s);
+
+    const QList<QAction *> months = get<QMenu>("mnu_Calender")->actions();
+    QCOMPARE(months.size(), 16); // fourteen months, a separator, the free choice
+    QCOMPARE(months.at(0)->text(), u"2024年05月"_s);
+    QCOMPARE(months.at(13)->text(), u"2025年06月"_s);
+    message->clear();
+    months.at(1)->trigger();
+    QCOMPARE(message->toPlainText(), textCalendar(2024, 6));
+
+    message->clear();
+    m_prompt.textAnswers = {u"2025/13"_s, u"2025/2"_s};
+    auto *any = m_entry->findChild<QAction *>(u"mnu_CalenderAny"_s);
+    any->trigger();
+    any->trigger();
+    QCOMPARE(
+        m_prompt.shown,
+        (QStringList{
+            u"作成するカレンダーの年月を入力して下さい。\r\nyyyy/mm の形式で入力して下さい。"_s,
+            u"入力された値が日付形式ではありません。年／月の形式で入力して下さい。"_s,
+            u"作成するカレンダーの年月を入力して下さい。\r\nyyyy/mm の形式で入力して下さい。"_s}));
+    QCOMPARE(m_prompt.titles.first(), u"年月指定"_s);
+    QCOMPARE(message->toPlainText(), textCalendar(2025, 2));
+}
+
+QTEST_MAIN(TestTagEntry)
+#include "tst_tagentry.moc"
