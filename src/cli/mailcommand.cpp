@@ -68,9 +68,9 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
     m_log->setEnabled(env->byte(Env::LogEnabled) != 0);
     m_sender = std::make_unique<MailSender>(*m_log, m_clock, m_prompt);
 
-    const auto done = [this](bool ok, const QString &detail) {
+    const auto done = [this, test, k](bool ok, const QString &detail) {
         if (ok)
-            print(m_out, m_prompt.shown.isEmpty() ? QStringLiteral("ok") : m_prompt.shown.last());
+            print(m_out, test ? m_prompt.shown.value(0) : QStringLiteral("sent tag %1").arg(k));
         else
             print(m_err, detail);
         Q_EMIT finished(ok ? 0 : 1);

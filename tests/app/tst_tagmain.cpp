@@ -1,31 +1,30 @@
 #include "clock.h"
 #include "desktopdisplay.h"
+#include "editorhost.h"
+#include "maildesk.h"
+#include "mailsettingsfile.h"
 #include "mainmenu.h"
 #include "scheduler.h"
 #include "tagpopupmenu.h"
 #include "tagwindow.h"
 #include "prompt.h"
 #include "singleinstance.h"
+#include "smtpserverprocess.h"
 #include "tagmain.h"
 #include "tagstore.h"
 #include "trayattach.h"
 
 #include <QFile>
+#include <QListWidget>
 #include <QMenu>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 
 #include <ctime>
-
-namespace {
-QByteArray fileBytes(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-} // namespace
 
 class TestTagMain : public QObject
 {
@@ -40,6 +39,8 @@ private Q_SLOTS:
     void clockChangeBringsTheTickForward();
     void dueTagsAppearAtStartUp();
     void settingsEntriesWriteRecordOne();
+    void editorAndListsFromTheMenus();
+    void dueMailTagGoesOutAtStartUp();
     void trayRetries_data();
     void trayRetries();
 
@@ -239,6 +240,87 @@ void TestTagMain::settingsEntriesWriteRecordOne()
     act("mnuStop")->trigger();
     QCOMPARE(act("mnuStop")->text(), QStringLiteral("一時停止"));
     QCOMPARE(main.trayIcon()->toolTip(), TagMain::trayTip());
+}
+
+void TestTagMain::editorAndListsFromTheMenus()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    auto act = [&](const char *name) { return main.mainMenu()->action(QString::fromLatin1(name)); };
+
+    // A new tag written in the editor goes on the desktop at once.
+    act("mnu_NewTag")->trigger();
+    TagEntry *editor = main.editors()->editor();
+    QVERIFY(editor);
+    act("mnu_NewTag")->trigger();
+    QCOMPARE(prompt.shown, QStringList{EditorHost::editorOpenText()});
+    QCOMPARE(main.editors()->editor(), editor);
+    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))->setPlainText(QStringLiteral("新しい付箋"));
+    editor->findChild<QPushButton *>(QStringLiteral("Command1"))->click();
+    QTRY_VERIFY(!main.editors()->editor());
+    QCOMPARE(main.store().readTag(1)->message(), QStringLiteral("新しい付箋"));
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+
+    // The list shows it; the tag's own menu puts it into the trash, and both lists follow.
+    act("mnuList")->trigger();
+    act("mnu_TrashDisp")->trigger();
+    QListWidget *live = main.editors()->tagList()->list();
+    QListWidget *trash = main.editors()->trashList()->list();
+    QCOMPARE(live->count(), 1);
+    QCOMPARE(trash->count(), 0);
+    main.tagMenu()->prepare(1, false);
+    main.tagMenu()->entryAction(TagPopupMenu::Delete)->trigger();
+    QCOMPARE(live->count(), 0);
+    QCOMPARE(trash->count(), 1);
+    QVERIFY(main.display()->shownTags().isEmpty());
+
+    // Restored from the trash, it is shown again.
+    main.editors()->trashList()->selectTag(1);
+    main.editors()->trashList()->restoreSelected();
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+    QCOMPARE(live->count(), 1);
+
+    // The log switch: caption and record 1.
+    act("mnu_LogStart")->trigger();
+    QCOMPARE(act("mnu_LogStart")->text(), QStringLiteral("通信ﾛｸﾞ記録終了"));
+    QCOMPARE(main.store().readEnv()->byte(Env::LogEnabled), 1);
+    QVERIFY(main.mail()->log().isEnabled());
+    act("mnu_LogStart")->trigger();
+    QCOMPARE(act("mnu_LogStart")->text(), QStringLiteral("通信ﾛｸﾞ記録開始"));
+    QVERIFY(!main.mail()->log().isEnabled());
+}
+
+void TestTagMain::dueMailTagGoesOutAtStartUp()
+{
+    QTemporaryDir dir;
+    ServerProcess server(dir.path());
+    QVERIFY(server.start(QStringLiteral("normal")));
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setLong(Env::SmtpPort, server.port);
+    env.setText(Env::SmtpFrom, QStringLiteral("pin@example.com"));
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("メールで届く付箋"));
+    tag.setByte(Tag::MailFlag, 1);
+    QVERIFY(store.addTag(tag));
+    QVERIFY(MailSettingsFile(dir.filePath(QStringLiteral("Pinboard.dt4")))
+                .write(1, {QStringLiteral("件名"), {QStringLiteral("a@example.com")}, {}, {}}));
+
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    // The session starts from the event loop, so the spy is in time.
+    QSignalSpy sent(&main.mail()->sender(), &MailSender::sent);
+    QVERIFY(main.display()->shownTags().isEmpty()); // mailed, not shown
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
+    QVERIFY(sent.first().at(0).toBool());
+    QVERIFY(server.commands().contains(QStringLiteral("RCPT TO:<a@example.com>")));
+    QVERIFY(server.message(1).contains("Subject: "));
+    QVERIFY(prompt.shown.isEmpty());
 }
 
 void TestTagMain::trayRetries_data()

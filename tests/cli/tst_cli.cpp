@@ -1,7 +1,9 @@
 #include "envrecord.h"
 #include "fileset.h"
+#include "mailsettingsfile.h"
 #include "oledate.h"
 #include "singleinstance.h"
+#include "smtpserverprocess.h"
 #include "tagstore.h"
 
 #include <QDir>
@@ -136,6 +138,8 @@ private Q_SLOTS:
     void evalSaysWhy_data();
     void evalSaysWhy();
     void dirDefaultsToExecutableDir();
+    void mailCommands_data();
+    void mailCommands();
 };
 
 void TestCli::dumpOfFreshStore()
@@ -368,6 +372,65 @@ void TestCli::evalSaysWhy()
     QCOMPARE(r.status, status);
     QCOMPARE(r.out, out);
     QVERIFY2(QString::fromUtf8(r.err).contains(err), r.err.constData());
+}
+
+void TestCli::mailCommands_data()
+{
+    QTest::addColumn<QString>("modes");
+    QTest::addColumn<QStringList>("args"); // DIR goes after the command
+    QTest::addColumn<bool>("recipients");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("printed");
+    const QStringList test{QStringLiteral("mail-test")};
+    const QStringList mail{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("1")};
+    QTest::newRow("test passes") << "normal" << test << false << 0 << QStringLiteral("接続テストに成功しました。");
+    QTest::newRow("test refused")
+        << "ehlo-and-helo-5xx" << test << false << 1
+        << QStringLiteral("接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
+    QTest::newRow("mail sent") << "normal" << mail << true << 0 << QStringLiteral("sent tag 1");
+    QTest::newRow("recipient refused")
+        << "rcpt-4xx" << mail << true << 1
+        << QStringLiteral("メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
+    QTest::newRow("no recipients") << "normal" << mail << false << 1
+                                   << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
+    QTest::newRow("no such tag") << "normal" << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("7")}
+                                 << true << 1 << QStringLiteral("7");
+    QTest::newRow("no tag given") << "normal" << QStringList{QStringLiteral("mail")} << true << 1
+                                  << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
+}
+
+void TestCli::mailCommands()
+{
+    QFETCH(QString, modes);
+    QFETCH(QStringList, args);
+    QFETCH(bool, recipients);
+    QFETCH(int, status);
+    QFETCH(QString, printed);
+    QTemporaryDir dir;
+    ServerProcess server(dir.path());
+    QVERIFY(server.start(modes));
+    const TagStore store(dt1Of(dir.path()));
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setLong(Env::SmtpPort, server.port);
+    env.setLong(Env::SmtpTimeStep, 0);
+    env.setText(Env::SmtpFrom, QStringLiteral("pin@example.com"));
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("本文"));
+    tag.setByte(Tag::MailFlag, 1);
+    QVERIFY(store.addTag(tag));
+    if (recipients)
+        QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
+                    .write(1, {QStringLiteral("件名"),
+                               {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")}, {}, {}}));
+
+    QStringList full = args;
+    full.insert(1, dir.path());
+    const Run r = runCli(full);
+    QCOMPARE(r.status, status);
+    const QByteArray &where = status == 0 ? r.out : r.err;
+    QVERIFY2(QString::fromUtf8(where).contains(printed), where.constData());
 }
 
 QTEST_GUILESS_MAIN(TestCli)
