@@ -10,6 +10,7 @@ add_library(pb_tagsui STATIC
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/tagpopupmenu.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/tagactions.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/tagentry.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/tags/ui/taglistwindow.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/taglist.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/trashlist.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tags/ui/taglisthost.h)

@@ -285,7 +285,7 @@ void TestTagLists::geometryIsKept()
     env.setLong(Env::TagListHeight, 4500);
     QVERIFY(m_store->writeEnv(env));
     TrashList trash(*m_store, m_prompt, m_host);
-    QCOMPARE(trash.size(), TagList::DefaultSize); // nothing stored for the trash
+    QCOMPARE(trash.size(), TagListWindow::DefaultSize); // nothing stored for the trash
     TagList list(*m_store, m_prompt, m_host);
     const int dpi = list.logicalDpiX();
     QCOMPARE(list.size(), QSize(6000 * dpi / 1440, 4500 * list.logicalDpiY() / 1440));
