@@ -14,6 +14,9 @@
 #include <utility>
 
 namespace {
+
+// The Windows Sockets code of a name that does not resolve.
+constexpr int HostNotFound = 11001;
 struct StepTexts
 {
     const char16_t *sendError; // followed by the socket error text
@@ -155,10 +158,12 @@ bool SmtpSession::start(Mode mode, const SmtpSettings &settings, const QString &
     connect(socket, &QTcpSocket::errorOccurred, this, [this](QAbstractSocket::SocketError e) {
         onSocketError(winsockCode(e), e == QAbstractSocket::RemoteHostClosedError);
     });
-    QTimer::singleShot(0, this, [this, generation] {
-        if (generation == m_generation && m_socket)
-            m_socket->connectToHost(m_settings.server, m_settings.port, QIODevice::ReadWrite,
-                                    QAbstractSocket::IPv4Protocol);
+    ResolveHost(settings.server, this, [this, generation](quint32 address) {
+        if (generation != m_generation || !m_socket)
+            return;
+        if (address == InaddrNone)
+            return fail(SmtpFault::SendError, HostNotFound);
+        m_socket->connectToHost(QHostAddress(address), m_settings.port);
     });
     return true;
 }

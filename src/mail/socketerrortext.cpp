@@ -2,7 +2,10 @@
 
 #include "prompt.h"
 
+#include <QHostAddress>
+#include <QHostInfo>
 #include <QSysInfo>
+#include <QTimer>
 
 #include <algorithm>
 #include <iterator>
@@ -115,4 +118,20 @@ QString GetLocalComputerName(Prompt &prompt)
     if (name.isEmpty())
         prompt.warn(QStringLiteral("コンピュータ名を取得できませんでした。"));
     return name;
+}
+
+void ResolveHost(const QString &name, QObject *context, std::function<void(quint32)> done)
+{
+    QHostAddress dotted;
+    if (dotted.setAddress(name) && dotted.protocol() == QAbstractSocket::IPv4Protocol) {
+        QTimer::singleShot(0, context, [done, a = dotted.toIPv4Address()] { done(a); });
+        return;
+    }
+    QHostInfo::lookupHost(name, context, [done](const QHostInfo &info) {
+        for (const QHostAddress &a : info.addresses()) {
+            if (a.protocol() == QAbstractSocket::IPv4Protocol)
+                return done(a.toIPv4Address());
+        }
+        done(InaddrNone);
+    });
 }
