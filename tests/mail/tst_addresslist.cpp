@@ -64,7 +64,6 @@ private Q_SLOTS:
     void addsSelectedToGroup();
     void saveAndClose_data();
     void saveAndClose();
-    void positionInTwips();
     void sendMail();
 
 private:
@@ -294,25 +293,6 @@ void TestAddressList::saveAndClose()
     QCOMPARE(file.open(QIODevice::ReadOnly), written);
     if (written)
         QCOMPARE(file.readAll(), addressBookBytes(m_window->edited().data()));
-}
-
-void TestAddressList::positionInTwips()
-{
-    auto env = m_store->readEnv();
-    QVERIFY(env);
-    env->setLong(Env::AddressListLeft, 1500);
-    env->setLong(Env::AddressListTop, 2250);
-    QVERIFY(m_store->writeEnv(*env));
-    AddressList window(m_book, m_dt3, *m_store, m_prompt);
-    const double dpiX = window.logicalDpiX(), dpiY = window.logicalDpiY();
-    QCOMPARE(window.pos(), QPoint(qRound(1500 * dpiX / 1440), qRound(2250 * dpiY / 1440)));
-    window.show();
-    window.move(120, 90);
-    window.close();
-    env = m_store->readEnv();
-    QCOMPARE(env->longValue(Env::AddressListLeft), qRound(window.pos().x() * 1440 / dpiX));
-    QCOMPARE(env->longValue(Env::AddressListTop), qRound(window.pos().y() * 1440 / dpiY));
-    QVERIFY(env->longValue(Env::AddressListLeft) != 1500);
 }
 
 void TestAddressList::sendMail()

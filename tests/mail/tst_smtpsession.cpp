@@ -59,7 +59,6 @@ private Q_SLOTS:
     void init();
     void failureTexts_data();
     void failureTexts();
-    void settingsFromRecord();
     void dialogue_data();
     void dialogue();
     void oneTimerForTheWholeDialogue();
@@ -169,20 +168,6 @@ void TestSmtpSession::failureTexts()
     QFETCH(int, code);
     QFETCH(QString, text);
     QCOMPARE(smtpFailureText(mode, step, fault, code), text);
-}
-
-void TestSmtpSession::settingsFromRecord()
-{
-    EnvRecord env;
-    QCOMPARE(smtpSettingsFrom(env).timeLimitMs, 60000);
-    env.setText(Env::SmtpServer, QStringLiteral("mail.example.com"));
-    env.setLong(Env::SmtpPort, 587);
-    env.setLong(Env::SmtpTimeStep, 7);
-    env.setText(Env::SmtpFrom, QStringLiteral("me@example.com"));
-    const SmtpSettings s = smtpSettingsFrom(env);
-    QCOMPARE(s.server + s.from, QStringLiteral("mail.example.comme@example.com"));
-    QCOMPARE(s.port, quint16(587));
-    QCOMPARE(s.timeLimitMs, 240000);
 }
 
 void TestSmtpSession::dialogue_data()

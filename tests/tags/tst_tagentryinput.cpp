@@ -41,11 +41,8 @@ private Q_SLOTS:
     void storeRewrites();
     void sendChecks_data();
     void sendChecks();
-    void recordFields();
     void roundTrip_data();
     void roundTrip();
-    void texts_data();
-    void texts();
 };
 
 void TestTagEntryInput::storeChecks_data()
@@ -268,39 +265,6 @@ void TestTagEntryInput::sendChecks()
     QCOMPARE(prompt.titles, answers.isEmpty() ? QStringList() : QStringList{u"送信確認"_s});
 }
 
-void TestTagEntryInput::recordFields()
-{
-    TagRecord r;
-    r.setByte(Tag::MailSent, 1);
-    TagEntryInput in = dated();
-    in.message = u"一行目\n二行目"_s;
-    in.eraseHour = 11;
-    in.eraseMinute = 30;
-    in.mail = true;
-    in.sound = true;
-    in.filePath = u"/d/添付.txt"_s;
-    applyTo(in, r);
-    QCOMPARE(r.messageBytes(), QByteArray("\x88\xea\x8d\x73\x96\xda\r\n\x93\xf1\x8d\x73\x96\xda"));
-    QCOMPARE(r.date(Tag::DisplayDateTime), QDateTime(QDate(2024, 5, 1), QTime(10, 0), Qt::UTC));
-    QCOMPARE(r.date(Tag::EraseDateTime), OleDate::noDate());
-    QCOMPARE(r.text(Tag::EraseTime), u"11:30"_s);
-    QCOMPARE(r.byte(Tag::SoundFlag), 1); // the attachment
-    QCOMPARE(r.text(Tag::FilePath), u"/d/添付.txt"_s);
-    QCOMPARE(r.byte(Tag::MailSent), 0); // mail switched on: to be sent anew
-
-    in.sound = false;
-    in.eraseDate = u"2024/05/03"_s;
-    applyTo(in, r);
-    QCOMPARE(r.text(Tag::FilePath), QString());
-    QCOMPARE(r.date(Tag::EraseDateTime), QDateTime(QDate(2024, 5, 3), QTime(11, 30), Qt::UTC));
-
-    in.kind = 0;
-    applyTo(in, r);
-    QCOMPARE(r.date(Tag::DisplayDateTime), OleDate::noDate());
-    QCOMPARE(r.date(Tag::EraseDateTime), OleDate::noDate());
-    QCOMPARE(r.text(Tag::EraseTime), QString());
-}
-
 void TestTagEntryInput::roundTrip_data()
 {
     QTest::addColumn<Change>("change");
@@ -331,63 +295,6 @@ void TestTagEntryInput::roundTrip()
     applyTo(in, r);
     QCOMPARE(r.byte(Tag::MonthlyDay), monthlyDay);
     QCOMPARE(fromRecord(r), in);
-}
-
-void TestTagEntryInput::texts_data()
-{
-    QTest::addColumn<QString>("got");
-    QTest::addColumn<QString>("expected");
-    const QDateTime now(QDate(2024, 5, 1), QTime(9, 5, 7));
-    const auto in = [&now](const char *menu) {
-        return TagEntryText::insertion(QString::fromLatin1(menu), now);
-    };
-    QTest::newRow("remaining, empty") << TagEntryText::remaining({}) << u"残りﾊﾞｲﾄ数：28000"_s;
-    QTest::newRow("remaining, line end")
-        << TagEntryText::remaining(u"あ\nb"_s) << u"残りﾊﾞｲﾄ数：27995"_s;
-    QTest::newRow("remaining, none left")
-        << TagEntryText::remaining(kanji(14000)) << u"残りﾊﾞｲﾄ数：0000"_s;
-    QTest::newRow("remaining, over")
-        << TagEntryText::remaining(kanji(14001)) << u"残りﾊﾞｲﾄ数：-0002"_s;
-    QTest::newRow("mnu_DateS") << in("mnu_DateS") << u" 2024/05/01"_s;
-    QTest::newRow("mnu_DateL") << in("mnu_DateL") << u" 2024年05月01日"_s;
-    QTest::newRow("mnu_TimeS") << in("mnu_TimeS") << u" 09:05:07"_s;
-    QTest::newRow("mnu_TimeL") << in("mnu_TimeL") << u" 09時05分07秒"_s;
-    QTest::newRow("mnu_DateTimeS") << in("mnu_DateTimeS") << u" 2024/05/01 09:05:07"_s;
-    QTest::newRow("mnu_DateTimeL") << in("mnu_DateTimeL") << u" 2024年05月01日 09時05分07秒"_s;
-    QTest::newRow("mnu_TelCall") << in("mnu_TelCall")
-                                 << u" から電話がありました。改めて電話をかけます。"_s;
-    QTest::newRow("mnu_TelReq") << in("mnu_TelReq")
-                                << u" から電話がありました。折り返し電話を下さい。"_s;
-    QTest::newRow("mnu_TelText") << in("mnu_TelText") << u" から電話がありました。"_s;
-    QTest::newRow("hours") << TagEntryText::hourItems().join(u',')
-                           << u"00時,01時,02時,03時,04時,05時,"
-                              u"06時,07時,08時,09時,10時,11時,12時,13時,14時,15時,16時,17時,"
-                              u"18時,19時,20時,21時,22時,23時"_s;
-    const QStringList minutes = TagEntryText::minuteItems();
-    QTest::newRow("minutes") << minutes.first() + minutes.at(9) + minutes.last() +
-                                    QString::number(minutes.size())
-                             << u"00分09分59分60"_s;
-    const QStringList days = TagEntryText::dayItems();
-    QTest::newRow("days") << days.first() + days.at(30) + days.last() + QString::number(days.size())
-                          << u"01日31日月末32"_s;
-    const QList<QDate> months = TagEntryText::calendarMonths(QDate(2024, 11, 15));
-    QTest::newRow("calendar months")
-        << TagEntryText::monthCaption(months.first()) + TagEntryText::monthCaption(months.last()) +
-               QString::number(months.size())
-        << u"2024年11月2025年12月14"_s;
-    QTest::newRow("year and month")
-        << TagEntryText::parseYearMonth(u"2025/3"_s).toString() << QDate(2025, 3, 1).toString();
-    QTest::newRow("year and month, not a date")
-        << u"%1%2"_s.arg(TagEntryText::parseYearMonth(u"2025/13"_s).isValid())
-               .arg(TagEntryText::parseYearMonth(u"三月"_s).isValid())
-        << u"00"_s;
-}
-
-void TestTagEntryInput::texts()
-{
-    QFETCH(QString, got);
-    QFETCH(QString, expected);
-    QCOMPARE(got, expected);
 }
 
 QTEST_GUILESS_MAIN(TestTagEntryInput)

@@ -9,7 +9,7 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-struct Spec
+struct Stored
 {
     int kind;
     const char *mark;
@@ -41,7 +41,7 @@ private Q_SLOTS:
     void geometry();
 
 private:
-    void fill(const QList<Spec> &specs);
+    void fill(const QList<Stored> &stored);
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
@@ -55,14 +55,14 @@ void TestTagListModel::init()
 }
 
 // Written in place: addTag would reuse a record marked "9" for the next tag.
-void TestTagListModel::fill(const QList<Spec> &specs)
+void TestTagListModel::fill(const QList<Stored> &stored)
 {
     EnvRecord env;
-    env.setTagCount(int(specs.size()));
+    env.setTagCount(int(stored.size()));
     QVERIFY(m_store->writeEnv(env));
-    for (int k = 1; k <= specs.size(); ++k) {
-        TagRecord t = makeTag(specs[k - 1].kind, specs[k - 1].message);
-        t.setStateMark(specs[k - 1].mark);
+    for (int k = 1; k <= stored.size(); ++k) {
+        TagRecord t = makeTag(stored[k - 1].kind, stored[k - 1].message);
+        t.setStateMark(stored[k - 1].mark);
         QVERIFY(m_store->writeTag(k, t));
     }
 }

@@ -52,18 +52,15 @@ class TestTagLists : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void captions();
     void editorCommands_data();
     void editorCommands();
     void selectingShowsTheState();
-    void trashMovesTheTag();
     void deleteFromTrash_data();
     void deleteFromTrash();
     void emptyTrash_data();
     void emptyTrash();
     void restoreSeveral();
     void popupOnARow();
-    void geometryIsKept();
 
 private:
     QString mark(int k) const { return m_store->readTag(k)->stateMark(); }
@@ -91,21 +88,6 @@ void TestTagLists::init()
             t.setStateMark(TagRecord::InTrash);
         QCOMPARE(m_store->addTag(t), std::optional<int>(i));
     }
-}
-
-void TestTagLists::captions()
-{
-    TagList list(*m_store, m_prompt, m_host);
-    TrashList trash(*m_store, m_prompt, m_host);
-    QCOMPARE(list.windowTitle() + trash.windowTitle(), u"付箋一覧ごみ箱"_s);
-    QCOMPARE(trash.list()->font().families().value(0), u"ＭＳ ゴシック"_s);
-    QCOMPARE(list.list()->item(0)->text(), u"『毎日表示　』 tag 1"_s);
-    QCOMPARE(list.list()->count(), 4);
-    QCOMPARE(trash.list()->count(), 3);
-    QCOMPARE(action(list, "List_Delete")->text(), u"ごみ箱に入れる。（削除する）"_s);
-    QCOMPARE(action(trash, "mnu_AllDelete")->text(), u"ごみ箱を空にする"_s);
-    action(list, "mnu_ReDisp")->trigger();
-    QCOMPARE(m_host.calls, QStringList{u"restoreTrayIcon"_s});
 }
 
 void TestTagLists::editorCommands_data()
@@ -164,19 +146,6 @@ void TestTagLists::selectingShowsTheState()
     TrashList trash(*m_store, m_prompt, m_host);
     QVERIFY(trash.selectTag(6));
     QCOMPARE(trash.infoLabel()->text(), u"2024/05/01 09:05 から\n表示されます。"_s);
-}
-
-void TestTagLists::trashMovesTheTag()
-{
-    TagList list(*m_store, m_prompt, m_host);
-    action(list, "List_Delete")->trigger(); // nothing selected
-    QVERIFY(list.selectTag(3));
-    action(list, "List_Delete")->trigger();
-    QCOMPARE(mark(3), u"D"_s);
-    QCOMPARE(m_host.calls, QStringList{u"tagTrashed 3"_s});
-    QVERIFY(!list.selectTag(3) && list.infoLabel()->text().isEmpty());
-    TrashList trash(*m_store, m_prompt, m_host);
-    QCOMPARE(trash.list()->item(0)->text(), u"『毎日表示　』 tag 3"_s);
 }
 
 void TestTagLists::deleteFromTrash_data()
@@ -276,27 +245,6 @@ void TestTagLists::popupOnARow()
     QTRY_VERIFY(list.popupMenu()->isVisible());
     QCOMPARE(list.selectedTag(), 3);
     list.popupMenu()->close();
-}
-
-void TestTagLists::geometryIsKept()
-{
-    EnvRecord env = *m_store->readEnv();
-    env.setLong(Env::TagListWidth, 6000);
-    env.setLong(Env::TagListHeight, 4500);
-    QVERIFY(m_store->writeEnv(env));
-    TrashList trash(*m_store, m_prompt, m_host);
-    QCOMPARE(trash.size(), TagListWindow::DefaultSize); // nothing stored for the trash
-    TagList list(*m_store, m_prompt, m_host);
-    const int dpi = list.logicalDpiX();
-    QCOMPARE(list.size(), QSize(6000 * dpi / 1440, 4500 * list.logicalDpiY() / 1440));
-    list.show();
-    list.move(144, 96);
-    list.resize(288, 240);
-    action(list, "mnu_Exit")->trigger();
-    env = *m_store->readEnv();
-    QCOMPARE(env.longValue(Env::TagListLeft), 144 * 1440 / dpi);
-    QCOMPARE(env.longValue(Env::TagListWidth), 288 * 1440 / dpi);
-    QCOMPARE(env.longValue(Env::TrashListWidth), 0);
 }
 
 QTEST_MAIN(TestTagLists)
