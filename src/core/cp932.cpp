@@ -9,10 +9,28 @@ namespace {
 // ICU's "Shift_JIS" is the Windows code page 932 (0x8160 <-> U+FF5E, NEC rows).
 constexpr const char *Name = "Shift_JIS";
 
+// ICU's converter maps a few control codes the IBM way (U+001A as 0x7F, U+001C as
+// 0x1A, U+007F as 0x1C); CP932 keeps all of 0x00-0x7F as they are, so runs of
+// single-byte ASCII never go through it.
 QByteArray encodeStrict(QStringView text, bool *ok)
 {
+    QByteArray bytes;
+    bytes.reserve(text.size() * 2);
     QStringEncoder encoder(Name);
-    QByteArray bytes = encoder.encode(text);
+    for (qsizetype i = 0; i < text.size();) {
+        qsizetype end = i;
+        const bool ascii = text[i].unicode() < 0x80;
+        while (end < text.size() && (text[end].unicode() < 0x80) == ascii)
+            ++end;
+        const QStringView run = text.sliced(i, end - i);
+        if (ascii) {
+            for (QChar c : run)
+                bytes += char(c.unicode());
+        } else {
+            bytes += encoder.encode(run);
+        }
+        i = end;
+    }
     *ok = !encoder.hasError();
     return bytes;
 }
@@ -45,8 +63,26 @@ bool canEncode(QStringView text)
 
 QString decode(QByteArrayView bytes)
 {
+    QString text;
+    text.reserve(bytes.size());
     QStringDecoder decoder(Name);
-    return decoder.decode(bytes);
+    for (qsizetype i = 0; i < bytes.size();) {
+        // A run of whole characters of one kind: single-byte ASCII, or anything else
+        // (a double-byte pair may have an ASCII-range trail byte, so pairs stay together).
+        qsizetype end = i;
+        const bool ascii = static_cast<unsigned char>(bytes[i]) < 0x80;
+        while (end < bytes.size() && (static_cast<unsigned char>(bytes[end]) < 0x80) == ascii)
+            end += (!ascii && isLeadByte(static_cast<unsigned char>(bytes[end]))) ? 2 : 1;
+        end = qMin(end, bytes.size());
+        const QByteArrayView run = bytes.sliced(i, end - i);
+        if (ascii) {
+            text += QLatin1String(run);
+        } else {
+            text += decoder.decode(run);
+        }
+        i = end;
+    }
+    return text;
 }
 
 qsizetype byteLength(QStringView text)

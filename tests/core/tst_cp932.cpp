@@ -13,6 +13,7 @@ private Q_SLOTS:
     void fields_data();
     void fields();
     void unmappable();
+    void singleBytesAreThemselves();
 };
 
 void TestCp932::mapping_data()
@@ -24,9 +25,11 @@ void TestCp932::mapping_data()
     QTest::newRow("minus U+FF0D") << QStringLiteral("－") << QByteArray("\x81\x7C");
     QTest::newRow("circled 1") << QStringLiteral("①") << QByteArray("\x87\x40");
     QTest::newRow("small roman 1") << QStringLiteral("ⅰ") << QByteArray("\xFA\x40");
-    QTest::newRow("half-width kana") << QStringLiteral("ﾀﾞﾌﾞﾙ") << QByteArray("\xC0\xDE\xCC\xDE\xD9");
-    QTest::newRow("font name") << QStringLiteral("ＭＳ Ｐゴシック")
-                               << QByteArray("\x82\x6C\x82\x72\x20\x82\x6F\x83\x53\x83\x56\x83\x62\x83\x4E");
+    QTest::newRow("half-width kana")
+        << QStringLiteral("ﾀﾞﾌﾞﾙ") << QByteArray("\xC0\xDE\xCC\xDE\xD9");
+    QTest::newRow("font name")
+        << QStringLiteral("ＭＳ Ｐゴシック")
+        << QByteArray("\x82\x6C\x82\x72\x20\x82\x6F\x83\x53\x83\x56\x83\x62\x83\x4E");
     QTest::newRow("ascii") << QStringLiteral("Pin 1") << QByteArray("Pin 1");
 }
 
@@ -48,7 +51,8 @@ void TestCp932::cut_data()
     QTest::newRow("fits") << QStringLiteral("あい") << 4 << QStringLiteral("あい");
     QTest::newRow("mid character") << QStringLiteral("あい") << 3 << QStringLiteral("あ");
     QTest::newRow("mixed widths") << QStringLiteral("aあｱい") << 4 << QStringLiteral("aあｱ");
-    QTest::newRow("mixed, cut before lead") << QStringLiteral("aあｱい") << 5 << QStringLiteral("aあｱ");
+    QTest::newRow("mixed, cut before lead")
+        << QStringLiteral("aあｱい") << 5 << QStringLiteral("aあｱ");
     QTest::newRow("kana are single bytes") << QStringLiteral("ｱｲｳｴ") << 3 << QStringLiteral("ｱｲｳ");
     QTest::newRow("zero") << QStringLiteral("あ") << 0 << QString();
     QTest::newRow("one before double") << QStringLiteral("あ") << 1 << QString();
@@ -93,6 +97,19 @@ void TestCp932::unmappable()
     QVERIFY(!Cp932::canEncode(text));
     QCOMPARE(Cp932::encode(text), QByteArray("a?b?c"));
     QCOMPARE(Cp932::byteLength(text), 5);
+}
+
+void TestCp932::singleBytesAreThemselves()
+{
+    // Every code 0x00-0x7F is its own byte both ways, control codes included.
+    for (int c = 0; c < 0x80; ++c) {
+        const QString text = QStringLiteral("あ") + QChar(c) + QStringLiteral("い");
+        const QByteArray bytes = QByteArray("\x82\xA0") + char(c) + QByteArray("\x82\xA2");
+        QCOMPARE(Cp932::encode(text), bytes);
+        QCOMPARE(Cp932::decode(bytes), text);
+    }
+    // A trail byte in the ASCII range stays part of its character.
+    QCOMPARE(Cp932::decode(QByteArray("\x83\x5C\x5C")), QStringLiteral("ソ\\"));
 }
 
 QTEST_APPLESS_MAIN(TestCp932)
