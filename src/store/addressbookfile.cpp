@@ -1,6 +1,7 @@
 #include "addressbookfile.h"
 
 #include "cp932.h"
+#include "durable.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -160,7 +161,8 @@ bool writeAddressBook(const QString &path, const AddressBookData &data, QString 
         return false;
     }
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
+        !Durable::commit(file)) {
         if (error)
             *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;

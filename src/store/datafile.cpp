@@ -1,5 +1,7 @@
 #include "datafile.h"
 
+#include "durable.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -38,12 +40,17 @@ bool DataFile::write(int recordNo, const QByteArray &bytes, QString *error) cons
 {
     if (recordNo < 1 || bytes.size() > m_slotSize) {
         if (error)
-            *error = QStringLiteral("record %1 of %2 bytes does not fit a slot").arg(recordNo).arg(bytes.size());
+            *error = QStringLiteral("record %1 of %2 bytes does not fit a slot")
+                         .arg(recordNo)
+                         .arg(bytes.size());
         return false;
     }
     QFile file(m_path);
-    if (!file.open(QIODevice::ReadWrite) || !file.seek(offsetOf(recordNo))
-        || file.write(bytes) != bytes.size() || !file.flush()) {
+    const bool created = !file.exists();
+    // Success is reported only once the bytes are on the disk.
+    if (!file.open(QIODevice::ReadWrite) || !file.seek(offsetOf(recordNo)) ||
+        file.write(bytes) != bytes.size() || !Durable::sync(file) ||
+        (created && !Durable::syncDirectory(Durable::directoryOf(m_path)))) {
         if (error)
             *error = QStringLiteral("%1: %2").arg(m_path, file.errorString());
         return false;

@@ -2,12 +2,17 @@
 
 #include "cp932.h"
 #include "datafile.h"
+#include "durable.h"
 #include "envrecord.h"
 #include "tagrecord.h"
+#include "tagstore.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
+
+#include <algorithm>
 
 namespace {
 QString join(const QString &dir, QChar sep, const QString &name)
@@ -23,6 +28,7 @@ constexpr int OldPathOffset = 175;
 constexpr int OldPathLength = 260;
 constexpr int OldMessageOffset = OldPathOffset + OldPathLength;
 constexpr int OldMessageLength = 1600;
+constexpr int VersionCodeOffset = 1264;
 
 TagRecord convertOldTag(const QByteArray &old)
 {
@@ -46,9 +52,54 @@ bool fail(PrepareResult &r, const QString &why)
     return false;
 }
 
-// Steps a-e of the conversion; the new file is committed whole or not at all.
+bool isDigits(QByteArrayView bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+bool isBlank(QByteArrayView bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c == ' ' || c == '\0'; });
+}
+
+// Whether the file has the size and records of the old format: 2048-byte slots,
+// a tag number (or nothing) at the head of every slot present, and no more
+// slots than TagCount asks for. A current file is far longer than that.
+QString oldLayoutProblem(QFile &file, const QByteArray &record1)
+{
+    const EnvRecord env = [&] {
+        EnvRecord e;
+        QByteArray b = record1;
+        b.append(EnvRecord::Size - b.size(), ' ');
+        e.setBytes(b);
+        return e;
+    }();
+    const qint64 size = file.size();
+    if (!isDigits(record1.first(5)))
+        return QStringLiteral("NextTagNumber is not five digits");
+    const int count = env.tagCount();
+    if (count < 0)
+        return QStringLiteral("TagCount is negative");
+    if (size > qint64(count + 1) * OldSlotSize)
+        return QStringLiteral("%1 bytes is too long for %2 tags in 2048-byte records")
+            .arg(size)
+            .arg(count);
+    for (int record = 2; qint64(record - 1) * OldSlotSize + 5 <= size; ++record) {
+        file.seek(qint64(record - 1) * OldSlotSize);
+        const QByteArray number = file.read(5);
+        if (!isDigits(number) && !isBlank(number))
+            return QStringLiteral("record %1 does not start with a tag number").arg(record);
+    }
+    return {};
+}
+
+// The conversion: the old file is kept as Pinboard.dt1.bak until the new one is
+// complete and on the disk; the new file is committed whole or not at all.
 bool convert(const FileSet &files, PrepareResult &r)
 {
+    QString why;
+    if (!Durable::copyFile(files.dt1, files.backup, &why))
+        return fail(r, why);
     if (QFile::exists(files.oldDt1) && !QFile::remove(files.oldDt1))
         return fail(r, QStringLiteral("cannot remove %1").arg(files.oldDt1));
     if (!QFile::rename(files.dt1, files.oldDt1))
@@ -88,14 +139,17 @@ bool convert(const FileSet &files, PrepareResult &r)
         converted = record - 1;
     }
     if (converted != oldCount)
-        qWarning("Pinboard: the old tag file holds %d of %d tags; the rest are lost", converted, oldCount);
+        qWarning("Pinboard: the old tag file holds %d of %d tags; the rest are lost", converted,
+                 oldCount);
     env.setTagCount(converted);
     if (!out.seek(0) || out.write(env.bytes()) != env.bytes().size())
         return restore(out.errorString());
     old.close();
-    if (!out.commit())
+    if (!Durable::commit(out))
         return restore(out.errorString());
     QFile::remove(files.oldDt1);
+    QFile::remove(files.backup);
+    Durable::syncDirectory(files.dir);
     r.converted = true;
     return true;
 }
@@ -111,6 +165,7 @@ FileSet FileSet::forDirectory(const QString &dir, QChar sep)
     f.dt4 = join(dir, sep, QStringLiteral("Pinboard.dt4"));
     f.log = join(dir, sep, QStringLiteral("Pinboard.log"));
     f.oldDt1 = join(dir, sep, QStringLiteral("PinboardOld.dt1"));
+    f.backup = join(dir, sep, QStringLiteral("Pinboard.dt1.bak"));
 #ifdef Q_OS_WIN
     f.exe = join(dir, sep, QStringLiteral("Pinboard.exe"));
 #else
@@ -125,32 +180,81 @@ FileSet FileSet::forDirectory(const QString &dir)
     return forDirectory(dir, QDir::separator());
 }
 
+DataFileCheck inspectDataFile(const QString &dt1Path)
+{
+    DataFileCheck check;
+    auto damaged = [&](const QString &why) {
+        check.kind = DataFileCheck::Damaged;
+        check.reason = QStringLiteral("%1: %2").arg(dt1Path, why);
+        return check;
+    };
+    if (!QFileInfo(dt1Path).exists())
+        return check;
+    QFile file(dt1Path);
+    if (!QFileInfo(dt1Path).isFile() || !file.open(QIODevice::ReadOnly))
+        return damaged(file.errorString());
+    const QByteArray record1 = file.read(OldSlotSize);
+    if (record1.size() < OldSlotSize)
+        return damaged(QStringLiteral("record 1 ends after %1 of %2 bytes")
+                           .arg(record1.size())
+                           .arg(EnvRecord::Size));
+    const QByteArray code = record1.mid(VersionCodeOffset, 6);
+    if (!isDigits(code))
+        return damaged(QStringLiteral("VersionCode is not six digits"));
+    if (code < QByteArray(FirstCurrentVersionCode)) {
+        const QString why = oldLayoutProblem(file, record1);
+        if (!why.isEmpty())
+            return damaged(QStringLiteral("VersionCode %1 is of the old format, but %2")
+                               .arg(QString::fromLatin1(code), why));
+        check.kind = DataFileCheck::OldFormat;
+        return check;
+    }
+    file.close();
+    QString why;
+    if (!TagStore(dt1Path).readEnv(&why)) {
+        check.kind = DataFileCheck::Damaged;
+        check.reason = why;
+        return check;
+    }
+    check.kind = DataFileCheck::Current;
+    return check;
+}
+
 PrepareResult prepareFileSet(const FileSet &files)
 {
     PrepareResult r;
     // A conversion cut off by a crash left only the old file: take it up again.
-    if (!QFile::exists(files.dt1) && QFile::exists(files.oldDt1)
-        && !QFile::rename(files.oldDt1, files.dt1)) {
+    if (!QFile::exists(files.dt1) && QFile::exists(files.oldDt1) &&
+        !QFile::rename(files.oldDt1, files.dt1)) {
         fail(r, QStringLiteral("cannot rename %1 back to %2").arg(files.oldDt1, files.dt1));
         return r;
     }
-    if (!QFile::exists(files.dt1)) {
-        r.ok = true;
-        r.firstRun = true;
-        return r;
-    }
-    QFile dt1(files.dt1);
-    if (!dt1.open(QIODevice::ReadOnly)) {
-        fail(r, QStringLiteral("%1: %2").arg(files.dt1, dt1.errorString()));
-        return r;
-    }
-    const QByteArray record1 = dt1.read(OldSlotSize);
-    dt1.close();
+    const DataFileCheck check = inspectDataFile(files.dt1);
     r.ok = true;
-    if (record1.size() < OldSlotSize)
-        return r; // record 1 is missing: nothing to convert; reading it will report it
-    const QString stored = QString::fromLatin1(record1.mid(1264, 6));
-    if (stored < QLatin1String(FirstCurrentVersionCode))
+    switch (check.kind) {
+    case DataFileCheck::Missing:
+        r.firstRun = true;
+        break;
+    case DataFileCheck::Current:
+        break;
+    case DataFileCheck::OldFormat:
         convert(files, r);
+        break;
+    case DataFileCheck::Damaged:
+        r.damaged = true;
+        r.error = check.reason;
+        break;
+    }
     return r;
+}
+
+bool createDataFile(const QString &dt1Path, const QByteArray &env, QString *error)
+{
+    QSaveFile file(dt1Path);
+    if (file.open(QIODevice::WriteOnly) && file.write(env) == env.size() && Durable::commit(file))
+        return true;
+    if (error)
+        *error = QStringLiteral("%1: %2").arg(dt1Path, file.errorString());
+    file.cancelWriting();
+    return false;
 }

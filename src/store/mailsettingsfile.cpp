@@ -1,6 +1,7 @@
 #include "mailsettingsfile.h"
 
 #include "cp932.h"
+#include "durable.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -94,7 +95,8 @@ bool saveLines(const QString &path, const Lines &lines, QString *error)
     for (const QByteArray &line : lines)
         out += line + "\r\n";
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
+        !Durable::commit(file)) {
         if (error)
             *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;

@@ -1,6 +1,7 @@
 #include "recentfiles.h"
 
 #include "cp932.h"
+#include "durable.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -34,7 +35,8 @@ bool RecentFiles::save(const QString &path, QString *error) const
     for (const QString &p : m_open)
         out += "O\t" + Cp932::encode(p) + "\r\n";
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
+        !Durable::commit(file)) {
         if (error)
             *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;

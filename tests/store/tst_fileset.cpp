@@ -2,9 +2,14 @@
 #include "fileset.h"
 #include "tagstore.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
 
 namespace {
 QByteArray fileBytes(const QString &path)
@@ -46,6 +51,20 @@ QByteArray oldFile(int declaredTags, int writtenTags)
                        QStringLiteral("/home/u/音%1.wav").arg(i), 0x112233 * i);
     return file;
 }
+// Writes past bytes fail with EFBIG while this lives, as on a full disk.
+struct FileSizeLimit
+{
+    rlimit saved{};
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit small = saved;
+        small.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &saved); }
+};
 } // namespace
 
 class TestFileSet : public QObject
@@ -58,6 +77,9 @@ private Q_SLOTS:
     void oldFileIsConverted_data();
     void oldFileIsConverted();
     void missingRecordOneIsLeftAlone();
+    void damagedFileIsLeftAlone_data();
+    void damagedFileIsLeftAlone();
+    void firstRunFileAppearsWhole();
 };
 
 void TestFileSet::paths_data()
@@ -67,7 +89,8 @@ void TestFileSet::paths_data()
     QTest::addColumn<QString>("dt1");
     QTest::addColumn<QString>("old");
     QTest::newRow("drive root") << QStringLiteral("X:\\") << QChar(u'\\')
-                                << QStringLiteral("X:\\Pinboard.dt1") << QStringLiteral("X:\\PinboardOld.dt1");
+                                << QStringLiteral("X:\\Pinboard.dt1")
+                                << QStringLiteral("X:\\PinboardOld.dt1");
     QTest::newRow("folder") << QStringLiteral("C:\\Tools\\Pin") << QChar(u'\\')
                             << QStringLiteral("C:\\Tools\\Pin\\Pinboard.dt1")
                             << QStringLiteral("C:\\Tools\\Pin\\PinboardOld.dt1");
@@ -128,6 +151,7 @@ void TestFileSet::oldFileIsConverted()
     QVERIFY(r.converted);
     QVERIFY(!r.firstRun);
     QVERIFY(!QFile::exists(f.oldDt1));
+    QVERIFY(!QFile::exists(f.backup));
 
     TagStore store(f.dt1);
     QString error;
@@ -166,6 +190,78 @@ void TestFileSet::missingRecordOneIsLeftAlone()
     QString error;
     QVERIFY(!TagStore(f.dt1).readEnv(&error));
     QVERIFY(error.contains(QStringLiteral("ends after 1500")));
+}
+
+// A current file with three tags, then spoilt by spoil().
+QByteArray currentFile()
+{
+    QTemporaryDir dir;
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    if (!store.writeEnv(EnvRecord()))
+        return {};
+    for (int i = 0; i < 3; ++i) {
+        TagRecord tag;
+        tag.setMessage(QStringLiteral("メモ%1").arg(i));
+        if (!store.addTag(tag))
+            return {};
+    }
+    return fileBytes(store.file().path());
+}
+
+void TestFileSet::damagedFileIsLeftAlone_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QByteArray good = currentFile();
+    QVERIFY(good.size() > 3 * TagRecord::SlotSize);
+    auto with = [&](int offset, const QByteArray &part) {
+        QByteArray b = good;
+        b.replace(offset, part.size(), part);
+        return b;
+    };
+    QTest::newRow("VersionCode NULs") << with(1264, QByteArray(6, '\0'));
+    QTest::newRow("VersionCode blanks") << with(1264, QByteArray(6, ' '));
+    QTest::newRow("VersionCode old on a current file") << with(1264, "000100");
+    QTest::newRow("record 1 zeroed") << with(0, QByteArray(EnvRecord::Size, '\0'));
+    QTest::newRow("record 1 blanked") << with(0, QByteArray(EnvRecord::Size, ' '));
+    QByteArray noise(EnvRecord::Size, '\0');
+    for (int i = 0; i < noise.size(); ++i)
+        noise[i] = char((i * 7919 + 13) % 251);
+    QTest::newRow("record 1 random") << with(0, noise);
+    QTest::newRow("old code, too long for its tags") << oldFile(1, 1) + QByteArray(4096, ' ');
+    QTest::newRow("old code, not a tag number") << oldFile(2, 2).replace(2048, 5, "#####");
+}
+
+void TestFileSet::damagedFileIsLeftAlone()
+{
+    QFETCH(QByteArray, bytes);
+    QTemporaryDir dir;
+    const FileSet f = FileSet::forDirectory(dir.path());
+    QVERIFY(writeFile(f.dt1, bytes));
+    const PrepareResult r = prepareFileSet(f);
+    QVERIFY(r.damaged);
+    QVERIFY(!r.converted);
+    QVERIFY(!r.error.isEmpty());
+    QCOMPARE(inspectDataFile(f.dt1).kind, DataFileCheck::Damaged);
+    QCOMPARE(fileBytes(f.dt1), bytes);
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("Pinboard.dt1")});
+}
+
+void TestFileSet::firstRunFileAppearsWhole()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Pinboard.dt1"));
+    QVERIFY(createDataFile(path, EnvRecord().bytes()));
+    QCOMPARE(inspectDataFile(path).kind, DataFileCheck::Current);
+    // The disk fills up half-way (a file size limit stands in for it): nothing is left behind.
+    QTemporaryDir full;
+    const QString path2 = full.filePath(QStringLiteral("Pinboard.dt1"));
+    QString error;
+    {
+        const FileSizeLimit limit(1000);
+        QVERIFY(!createDataFile(path2, EnvRecord().bytes(), &error));
+    }
+    QVERIFY(!error.isEmpty());
+    QCOMPARE(QDir(full.path()).entryList(QDir::Files | QDir::Hidden), QStringList{});
 }
 
 QTEST_APPLESS_MAIN(TestFileSet)
