@@ -1,6 +1,8 @@
 #include "singleinstance.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 
 SingleInstance::SingleInstance(const QString &dataDir)
     : m_path(QDir(dataDir).filePath(QString::fromLatin1(LockName)))
@@ -12,23 +14,15 @@ SingleInstance::~SingleInstance()
     release();
 }
 
-SingleInstance::Result SingleInstance::acquire()
+bool SingleInstance::clearNonFile()
 {
-    if (isHeld())
-        return Result::Acquired;
-    m_lock = std::make_unique<QLockFile>(m_path);
-    // Stale only when its owner is gone, never by age: Pinboard runs for weeks.
-    m_lock->setStaleLockTime(0);
-    if (m_lock->tryLock(0))
-        return Result::Acquired;
-    const bool held = m_lock->error() == QLockFile::LockFailedError;
-    m_lock.reset();
-    return held ? Result::HeldByAnother : Result::NotWritable;
-}
-
-void SingleInstance::release()
-{
-    if (m_lock)
-        m_lock->unlock();
-    m_lock.reset();
+    const QFileInfo info(m_path);
+    if (!info.exists() || info.isFile())
+        return true;
+    if (QDir().rmdir(m_path))
+        return true;
+    // Not empty: keep what is in it, under another name.
+    const QString aside = m_path + QStringLiteral(".%1").arg(QDateTime::currentDateTime().toString(
+                                       QStringLiteral("yyyyMMddhhmmss")));
+    return QDir().rename(m_path, aside);
 }

@@ -1,7 +1,10 @@
 #include "runlocation.h"
 #include "singleinstance.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -11,7 +14,9 @@ class TestSingleInstance : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void oneHolderPerDirectory();
-    void lockOfADeadProcessIsTakenOver();
+    void staleLocksAreTakenOver_data();
+    void staleLocksAreTakenOver();
+    void heldOnlyWhileTheOwnerRuns();
     void otherDirectoriesAreIndependent();
     void runLocation();
 };
@@ -34,21 +39,68 @@ void TestSingleInstance::oneHolderPerDirectory()
     QCOMPARE(nowhere.acquire(), SingleInstance::Result::NotWritable);
 }
 
-void TestSingleInstance::lockOfADeadProcessIsTakenOver()
+void TestSingleInstance::staleLocksAreTakenOver_data()
 {
-    QTemporaryDir dir;
+    QTest::addColumn<QByteArray>("content"); // what the lock file holds
+    QTest::addColumn<int>("kind");           // 0 a file, 1 an empty directory, 2 a full one
     QProcess gone;
     gone.start(QStringLiteral("true"), {});
-    QVERIFY(gone.waitForFinished());
-    const qint64 deadPid = gone.processId() ? gone.processId() : 999999;
-    // What a crashed Pinboard leaves behind.
-    QFile lock(dir.filePath(QString::fromLatin1(SingleInstance::LockName)));
-    QVERIFY(lock.open(QIODevice::WriteOnly));
-    lock.write(QByteArray::number(deadPid) + "\npinboard\n" + QSysInfo::machineHostName().toUtf8() + "\n");
-    lock.close();
+    gone.waitForFinished();
+    const QByteArray here = QSysInfo::machineHostName().toUtf8();
+    QTest::newRow("crashed owner")
+        << QByteArray::number(gone.processId()) + "\npinboard\n" + here + "\n"
+        << 0;
+    QTest::newRow("a live process of this host")
+        << QByteArray::number(QCoreApplication::applicationPid()) + "\npinboard\n" + here + "\n"
+        << 0;
+    QTest::newRow("another host") << QByteArray("4242\npinboard\nsomewhere-else\n") << 0;
+    QTest::newRow("empty (power cut)") << QByteArray() << 0;
+    QTest::newRow("garbled") << QByteArray("\xff\xfe\0garbage") << 0;
+    QTest::newRow("empty directory") << QByteArray() << 1;
+    QTest::newRow("directory with a file") << QByteArray() << 2;
+}
 
+void TestSingleInstance::staleLocksAreTakenOver()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, kind);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
+    if (kind == 0) {
+        QFile lock(path);
+        QVERIFY(lock.open(QIODevice::WriteOnly));
+        lock.write(content);
+    } else {
+        QVERIFY(QDir().mkdir(path));
+        if (kind == 2)
+            QVERIFY(QFile(path + QStringLiteral("/keep")).open(QIODevice::WriteOnly));
+    }
     SingleInstance next(dir.path());
-    QVERIFY(next.tryAcquire());
+    QCOMPARE(next.acquire(), SingleInstance::Result::Acquired);
+    QVERIFY(QFileInfo(path).isFile());
+    if (kind == 2) // what was in the directory is kept aside
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
+}
+
+void TestSingleInstance::heldOnlyWhileTheOwnerRuns()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
+    // Another process holds the lock the way a running Pinboard does.
+    QProcess owner;
+    owner.start(QStringLiteral("python3"), {QStringLiteral("-c"),
+                                            QStringLiteral("import fcntl, sys, time\n"
+                                                           "f = open(sys.argv[1], 'a')\n"
+                                                           "fcntl.flock(f, fcntl.LOCK_EX)\n"
+                                                           "print('held', flush=True)\n"
+                                                           "time.sleep(30)\n"),
+                                            path});
+    QVERIFY(owner.waitForReadyRead(5000));
+    SingleInstance second(dir.path());
+    QCOMPARE(second.acquire(), SingleInstance::Result::HeldByAnother);
+    owner.kill();
+    owner.waitForFinished();
+    QCOMPARE(second.acquire(), SingleInstance::Result::Acquired);
 }
 
 void TestSingleInstance::otherDirectoriesAreIndependent()
@@ -65,7 +117,8 @@ void TestSingleInstance::runLocation()
     QVERIFY(!isNetworkPath(QStringLiteral("Z:\\pin")));
     QTemporaryDir tmp;
     QCOMPARE(checkRunLocation(tmp.path()), RunLocation::Ok);
-    QCOMPARE(checkRunLocation(tmp.filePath(QStringLiteral("missing/deeper"))), RunLocation::NotWritable);
+    QCOMPARE(checkRunLocation(tmp.filePath(QStringLiteral("missing/deeper"))),
+             RunLocation::NotWritable);
 }
 
 QTEST_GUILESS_MAIN(TestSingleInstance)
