@@ -10,11 +10,15 @@ std::optional<EnvRecord> TagStore::readEnv(QString *error) const
     EnvRecord env;
     QString why;
     if (!env.setBytes(*bytes))
-        why = QStringLiteral("record 1 ends after %1 of %2 bytes").arg(bytes->size()).arg(EnvRecord::Size);
+        why = QStringLiteral("record 1 ends after %1 of %2 bytes")
+                  .arg(bytes->size())
+                  .arg(EnvRecord::Size);
     else
         why = env.problem();
-    if (why.isEmpty() && env.tagCount() > 0 && m_file.size() <= qint64(env.tagCount()) * m_file.slotSize())
-        why = QStringLiteral("TagCount %1 but the file ends before the last tag record").arg(env.tagCount());
+    if (why.isEmpty() && env.tagCount() > 0 &&
+        m_file.size() <= qint64(env.tagCount()) * m_file.slotSize())
+        why = QStringLiteral("TagCount %1 but the file ends before the last tag record")
+                  .arg(env.tagCount());
     if (!why.isEmpty()) {
         if (error)
             *error = QStringLiteral("%1: %2").arg(m_file.path(), why);
@@ -42,7 +46,11 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
     QString why;
     auto tag = TagRecord::parse(*bytes, &why);
     if (!tag && error)
-        *error = QStringLiteral("%1: tag %2 (record %3): %4").arg(m_file.path()).arg(k).arg(k + 1).arg(why);
+        *error = QStringLiteral("%1: tag %2 (record %3): %4")
+                     .arg(m_file.path())
+                     .arg(k)
+                     .arg(k + 1)
+                     .arg(why);
     return tag;
 }
 
@@ -78,20 +86,24 @@ std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
     }
     if (k > MaxTags) {
         if (error)
-            *error = QStringLiteral("%1: no free record left (%2 tags)").arg(m_file.path()).arg(count);
+            *error =
+                QStringLiteral("%1: no free record left (%2 tags)").arg(m_file.path()).arg(count);
         return std::nullopt;
     }
     tag.setText(Tag::TagNumber, env->nextTagNumber());
     if (tag.isFree())
         tag.setStateMark(TagRecord::Live);
-    // The tag goes first: a crash before record 1 is written leaves it unused, not half-counted.
-    if (!writeTag(k, tag, error))
-        return std::nullopt;
+    // The number is spent before the tag is written, so a crash in between skips a
+    // number rather than hand the same one out twice; the count grows only after
+    // the tag is whole, so it never names a record that is not there.
     env->setText(Env::NextTagNumber, tagNumberAfter(env->nextTagNumber()));
-    if (k > count)
-        env->setTagCount(k);
-    if (!writeEnv(*env, error))
+    if (!writeEnv(*env, error) || !writeTag(k, tag, error))
         return std::nullopt;
+    if (k > count) {
+        env->setTagCount(k);
+        if (!writeEnv(*env, error))
+            return std::nullopt;
+    }
     m_freeFrom = k + 1;
     return k;
 }
