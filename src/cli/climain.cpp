@@ -1,6 +1,7 @@
 #include "climain.h"
 
 #include "cp932.h"
+#include "durable.h"
 #include "fileset.h"
 #include "oledate.h"
 #include "prompt.h"
@@ -37,6 +38,32 @@ bool fail(QString *error, const QString &why)
     return false;
 }
 
+// The store of dt1Path when the file is one to read tags from; the same judgement
+// start-up makes, so the tool never reads a file the program would not.
+std::optional<TagStore> readableStore(const QString &dt1Path, QString *error)
+{
+    const DataFileCheck check = inspectDataFile(dt1Path);
+    switch (check.kind) {
+    case DataFileCheck::Current:
+        return TagStore(dt1Path);
+    case DataFileCheck::Missing:
+        fail(error, QStringLiteral("%1: no such data file").arg(dt1Path));
+        break;
+    case DataFileCheck::OldFormat:
+        fail(error, QStringLiteral(
+                        "%1: written by a version before 0.9.40; start Pinboard once to convert it")
+                        .arg(dt1Path));
+        break;
+    case DataFileCheck::Damaged:
+        fail(error, check.reason);
+        break;
+    }
+    return std::nullopt;
+}
+
+// Exit status of a command that read only part of the file.
+constexpr int PartlyRead = 2;
+
 // The records of the new file: env, then tags[i] as record i + 2.
 struct Image
 {
@@ -69,23 +96,19 @@ std::optional<TagRecord> tagFromJson(QJsonObject object, QString *error)
         return std::nullopt;
     if (message.isUndefined())
         return tag;
-    if (!message.isString()) {
-        fail(error, QStringLiteral("MessageText: expected a string"));
+    QString why;
+    const auto bytes = bytesFromJson(message, &why);
+    if (!bytes) {
+        fail(error, QStringLiteral("MessageText: %1").arg(why));
         return std::nullopt;
     }
-    const QString text = message.toString();
-    if (!Cp932::canEncode(text)) {
-        fail(error, QStringLiteral("MessageText: has a character that CP932 cannot hold"));
-        return std::nullopt;
-    }
-    const QByteArray bytes = Cp932::encode(text);
-    if (bytes.size() > TagRecord::MaxMessageBytes) {
+    if (bytes->size() > TagRecord::MaxMessageBytes) {
         fail(error, QStringLiteral("MessageText: %1 bytes in CP932, a message holds at most %2")
-                        .arg(bytes.size())
+                        .arg(bytes->size())
                         .arg(TagRecord::MaxMessageBytes));
         return std::nullopt;
     }
-    tag.setMessageBytes(bytes);
+    tag.setMessageBytes(*bytes);
     return tag;
 }
 
@@ -93,7 +116,8 @@ std::optional<Image> imageFromJson(const QJsonObject &dumped, QString *error)
 {
     for (auto it = dumped.begin(); it != dumped.end(); ++it) {
         if (it.key() != EnvKey && it.key() != TagsKey) {
-            fail(error, QStringLiteral("%1: no such member at the top level").arg(it.key()));
+            fail(error, QStringLiteral("%1: no such member at the top level")
+                            .arg(quotedForError(it.key())));
             return std::nullopt;
         }
     }
@@ -114,6 +138,10 @@ std::optional<Image> imageFromJson(const QJsonObject &dumped, QString *error)
         return std::nullopt;
     }
     why = image.env.problem();
+    if (why.isEmpty() && image.env.versionCode() < QLatin1String(FirstCurrentVersionCode))
+        why =
+            QStringLiteral("VersionCode %1 is older than %2, the layout a dump is written back in")
+                .arg(image.env.versionCode(), QLatin1String(FirstCurrentVersionCode));
     if (!why.isEmpty()) {
         fail(error, QStringLiteral("env: %1").arg(why));
         return std::nullopt;
@@ -159,8 +187,14 @@ std::optional<Image> imageFromJson(const QJsonObject &dumped, QString *error)
     return image;
 }
 
+// The file is replaced whole; the one it replaces stays as Pinboard.dt1.bak
+// until the new one is complete and on the disk.
 bool writeImage(const Image &image, const QString &dt1Path, QString *error)
 {
+    const QString backup = FileSet::forDirectory(QFileInfo(dt1Path).path()).backup;
+    const bool hadFile = QFileInfo::exists(dt1Path);
+    if (hadFile && !Durable::copyFile(dt1Path, backup, error))
+        return false;
     QSaveFile file(dt1Path);
     auto writeAt = [&file](qint64 offset, const QByteArray &bytes) {
         return file.seek(offset) && file.write(bytes) == bytes.size();
@@ -169,8 +203,11 @@ bool writeImage(const Image &image, const QString &dt1Path, QString *error)
     // Seeking past the end leaves the rest of each slot as zeros, as TagStore does.
     for (size_t i = 0; ok && i < image.tags.size(); ++i)
         ok = writeAt(qint64(i + 1) * TagRecord::SlotSize, image.tags[i].serialize());
-    if (ok && file.commit())
+    if (ok && Durable::commit(file)) {
+        if (hadFile)
+            QFile::remove(backup);
         return true;
+    }
     const QString why = file.errorString();
     file.cancelWriting();
     return fail(error, QStringLiteral("%1: %2").arg(dt1Path, why));
@@ -193,11 +230,14 @@ int failed(QIODevice &err, const QString &why)
 int runDump(const QString &dir, QIODevice &out, QIODevice &err)
 {
     QString why;
-    const auto dumped = dump(FileSet::forDirectory(dir).dt1, &why);
+    QStringList damaged;
+    const auto dumped = dump(FileSet::forDirectory(dir).dt1, &why, &damaged);
     if (!dumped)
         return failed(err, why);
     out.write(QJsonDocument(*dumped).toJson(QJsonDocument::Indented));
-    return 0;
+    for (const QString &d : std::as_const(damaged))
+        failed(err, QStringLiteral("left out: %1").arg(d));
+    return damaged.isEmpty() ? 0 : PartlyRead;
 }
 
 int runLoad(const QString &dir, const QString &jsonPath, QIODevice &err)
@@ -221,7 +261,8 @@ int runLoad(const QString &dir, const QString &jsonPath, QIODevice &err)
 
     SingleInstance lock(dir);
     switch (lock.acquire()) {
-    case SingleInstance::Result::Acquired: break;
+    case SingleInstance::Result::Acquired:
+        break;
     case SingleInstance::Result::HeldByAnother:
         return failed(err, QStringLiteral("Pinboard is running on %1 (%2 is held); close it first")
                                .arg(dir, QString::fromLatin1(SingleInstance::LockName)));
@@ -245,7 +286,9 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
         if (a == QLatin1String("--at") && i + 1 < args.size()) {
             const QDateTime wall = OleDate::parse(args[++i]);
             if (!wall.isValid())
-                return failed(err, QStringLiteral("--at %1: not of the form yyyy/mm/dd hh:nn:ss").arg(args[i]));
+                return failed(
+                    err,
+                    QStringLiteral("--at %1: not of the form yyyy/mm/dd hh:nn:ss").arg(args[i]));
             now = QDateTime(wall.date(), wall.time(), Qt::LocalTime);
         } else if (a == QLatin1String("--tag") && i + 1 < args.size()) {
             bool ok = false;
@@ -258,18 +301,22 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
             return failed(err, QString::fromLatin1(Usage));
         }
     }
-    const TagStore store(FileSet::forDirectory(dir).dt1);
-    if (!store.file().exists())
-        return failed(err, QStringLiteral("%1: no such data file").arg(store.file().path()));
     QString why;
-    const auto env = store.readEnv(&why);
+    const auto store = readableStore(FileSet::forDirectory(dir).dt1, &why);
+    if (!store)
+        return failed(err, why);
+    const auto env = store->readEnv(&why);
     if (!env)
         return failed(err, why);
     bool found = false;
+    bool partly = false;
     for (int k = 1; k <= env->tagCount(); ++k) {
-        const auto tag = store.readTag(k, &why);
-        if (!tag)
-            return failed(err, why);
+        const auto tag = store->readTag(k, &why);
+        if (!tag) {
+            failed(err, QStringLiteral("left out: %1").arg(why));
+            partly = true;
+            continue;
+        }
         if (tag->stateMark() != QLatin1String(TagRecord::Live))
             continue;
         if (only >= 0 && tag->tagNumber().toInt() != only)
@@ -282,38 +329,43 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
         if (answer) {
             const bool shown = answer->result == ScheduleResult::Due;
             line += QStringLiteral("%1\t%2\t").arg(int(answer->result)).arg(answer->seconds);
-            line += describeSchedule(schedule, shown, tag->byte(Tag::MailSent) == 1).replace(u'\n', u' ');
+            line += describeSchedule(schedule, shown, tag->byte(Tag::MailSent) == 1)
+                        .replace(u'\n', u' ');
         } else {
             line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);
-            err.write(QStringLiteral("pinboard-cli: tag %1: %2\n").arg(tag->tagNumber(), prompt.shown.join(u' ')).toUtf8());
+            err.write(QStringLiteral("pinboard-cli: tag %1: %2\n")
+                          .arg(tag->tagNumber(), prompt.shown.join(u' '))
+                          .toUtf8());
         }
         out.write((line + u'\n').toUtf8());
     }
     if (only >= 0 && !found)
         return failed(err, QStringLiteral("no live tag %1").arg(only, 5, 10, QLatin1Char('0')));
-    return 0;
+    return partly ? PartlyRead : 0;
 }
 
 } // namespace
 
-std::optional<QJsonObject> dump(const QString &dt1Path, QString *error)
+std::optional<QJsonObject> dump(const QString &dt1Path, QString *error, QStringList *damaged)
 {
-    if (!QFileInfo(dt1Path).isFile()) {
-        fail(error, QStringLiteral("%1: no such data file").arg(dt1Path));
+    const auto store = readableStore(dt1Path, error);
+    if (!store)
         return std::nullopt;
-    }
-    const TagStore store(dt1Path);
-    const auto env = store.readEnv(error);
+    const auto env = store->readEnv(error);
     if (!env)
         return std::nullopt;
     QJsonArray tags;
     for (int k = 1; k <= env->tagCount(); ++k) {
-        const auto tag = store.readTag(k, error);
-        if (!tag)
-            return std::nullopt;
+        QString why;
+        const auto tag = store->readTag(k, &why);
+        if (!tag) {
+            if (damaged)
+                damaged->append(why);
+            continue;
+        }
         QJsonObject object = recordToJson(*tag);
         object.insert(RecordKey, k + 1);
-        object.insert(MessageKey, tag->message());
+        object.insert(MessageKey, bytesToJson(tag->messageBytes()));
         tags.append(object);
     }
     return QJsonObject{{EnvKey, recordToJson(*env)}, {TagsKey, tags}};

@@ -12,14 +12,20 @@ QString checkLayout(Layout layout, int size)
     for (const FieldDef &f : layout) {
         const QString name = QString::fromLatin1(f.name);
         if (f.offset != expected)
-            return QStringLiteral("%1 starts at %2, expected %3").arg(name).arg(f.offset).arg(expected);
+            return QStringLiteral("%1 starts at %2, expected %3")
+                .arg(name)
+                .arg(f.offset)
+                .arg(expected);
         if (f.size() <= 0)
             return QStringLiteral("%1 has no bytes").arg(name);
-        const int align = (f.type == FieldType::Integer) ? 2
+        const int align = (f.type == FieldType::Integer)                             ? 2
                           : (f.type == FieldType::Long || f.type == FieldType::Date) ? 4
-                                                                                        : 1;
+                                                                                     : 1;
         if (f.offset % align != 0)
-            return QStringLiteral("%1 at %2 is not aligned to %3").arg(name).arg(f.offset).arg(align);
+            return QStringLiteral("%1 at %2 is not aligned to %3")
+                .arg(name)
+                .arg(f.offset)
+                .arg(align);
         if (f.type != FieldType::Pad && std::strlen(f.name) == 0)
             return QStringLiteral("field at %1 has no name").arg(f.offset);
         expected = f.end();
@@ -153,4 +159,15 @@ void FixedRecord::setText(int field, const QString &text, int index)
 QByteArray FixedRecord::rawText(int field, int index) const
 {
     return m_bytes.mid(at(field, index), m_layout[field].length);
+}
+
+QByteArray FixedRecord::raw(int field, int index) const
+{
+    return m_bytes.mid(at(field, index), m_layout[field].elementSize());
+}
+
+void FixedRecord::setRaw(int field, const QByteArray &bytes, int index)
+{
+    Q_ASSERT(bytes.size() == m_layout[field].elementSize());
+    std::memcpy(m_bytes.data() + at(field, index), bytes.constData(), size_t(bytes.size()));
 }

@@ -9,7 +9,15 @@
 // spaces, numeric fields aligned from the start of the record with zero bytes in
 // between. A layout is a table of fields in offset order that covers every byte.
 
-enum class FieldType { Byte, Integer, Long, Date, Text, Pad };
+enum class FieldType
+{
+    Byte,
+    Integer,
+    Long,
+    Date,
+    Text,
+    Pad
+};
 
 struct FieldDef
 {
@@ -22,12 +30,17 @@ struct FieldDef
     constexpr int elementSize() const
     {
         switch (type) {
-        case FieldType::Byte: return 1;
-        case FieldType::Integer: return 2;
-        case FieldType::Long: return 4;
-        case FieldType::Date: return 8;
+        case FieldType::Byte:
+            return 1;
+        case FieldType::Integer:
+            return 2;
+        case FieldType::Long:
+            return 4;
+        case FieldType::Date:
+            return 8;
         case FieldType::Text:
-        case FieldType::Pad: return length;
+        case FieldType::Pad:
+            return length;
         }
         return 0;
     }
@@ -79,6 +92,10 @@ public:
     // Cut to the field's width without splitting a double-byte character.
     void setText(int field, const QString &text, int index = 0);
     QByteArray rawText(int field, int index = 0) const;
+    // The bytes of one element as they lie, whatever its type.
+    QByteArray raw(int field, int index = 0) const;
+    // bytes must be exactly one element long.
+    void setRaw(int field, const QByteArray &bytes, int index = 0);
 
     bool operator==(const FixedRecord &other) const { return m_bytes == other.m_bytes; }
 

@@ -91,7 +91,13 @@ void sampleStore(const QString &dir)
         t.setLong(Tag::ForeColor, 0xFF00FF);
     });
     add(QStringLiteral("～①②Ⅲ㈱"), [](TagRecord &) {});
-    add(QString(), [](TagRecord &) {});
+    add(QString(), [](TagRecord &t) {
+        // Bytes no text form gives back: a code CP932 leaves unassigned, a NUL mid-field.
+        t.setMessageBytes(QByteArray("a\x85"
+                                     "\x40"
+                                     "b"));
+        t.setRaw(Tag::SenderName, QByteArray("ab\0cd", 5).leftJustified(32, ' '));
+    });
     add(QStringLiteral("ゴミ箱"), [](TagRecord &t) { t.setStateMark(TagRecord::InTrash); });
     add(QStringLiteral("消えた"), [](TagRecord &) {});
     add(QString(16154, u'あ') + u'a', [](TagRecord &t) {
@@ -135,6 +141,7 @@ private Q_SLOTS:
     void badInput_data();
     void badInput();
     void loadRefusedWhileLocked();
+    void damagedTagIsLeftOut();
     void evalSaysWhy_data();
     void evalSaysWhy();
     void dirDefaultsToExecutableDir();
@@ -151,7 +158,8 @@ void TestCli::dumpOfFreshStore()
     QVERIFY(r.err.isEmpty());
     const QJsonObject root = QJsonDocument::fromJson(r.out).object();
     const QJsonObject env = root.value(QLatin1String("env")).toObject();
-    QCOMPARE(env.value(QLatin1String("DefaultFontName")).toString(), QStringLiteral("ＭＳ Ｐゴシック"));
+    QCOMPARE(env.value(QLatin1String("DefaultFontName")).toString(),
+             QStringLiteral("ＭＳ Ｐゴシック"));
     QCOMPARE(env.value(QLatin1String("NextTagNumber")).toString(), QStringLiteral("00001"));
     QCOMPARE(env.value(QLatin1String("PortNo")).toInt(), 12222);
     QCOMPARE(env.value(QLatin1String("DefaultBackColor")).toInt(), 0x80FFFF);
@@ -182,6 +190,9 @@ void TestCli::roundTrip()
     QCOMPARE(member(0, "DisplayDateTime").toString(), QStringLiteral("2024/03/15 09:30:05"));
     QCOMPARE(member(1, "MessageText").toString(), QStringLiteral("～①②Ⅲ㈱"));
     QCOMPARE(member(3, "StateMark").toString(), QStringLiteral("D"));
+    QCOMPARE(member(2, "MessageText").toObject().value(QLatin1String("bytes")).toString(),
+             QStringLiteral("61854062"));
+    QVERIFY(member(2, "SenderName").isObject());
     QCOMPARE(member(5, "DisplayDateTime").toString(), QStringLiteral("1899/12/29 06:00:00"));
 
     const QString json = scratch.filePath(QStringLiteral("a.json"));
@@ -225,7 +236,6 @@ void TestCli::badInput_data()
     row("dump: no data file", dump, false, {}, {}, "no such data file");
     row("dump: short record 1", dump, true, one.first(1000), {}, "ends after");
     row("dump: TagCount past the end", dump, true, envImage(3, {tagBytes({})}), {}, "ends before");
-    row("dump: length past its slot", dump, true, envImage(1, {pastSlot}), {}, "points past");
 
     const char *env1 = R"({"env": {"TagCount": 1}, "tags": [%1]})";
     auto tagJson = [env1](const QByteArray &tag) {
@@ -234,7 +244,16 @@ void TestCli::badInput_data()
     row("load: invalid JSON", load, true, one, R"({"env": {)", "invalid JSON");
     row("load: no env", load, true, one, R"({"tags": []})", "\"env\" is missing");
     row("load: unknown env field", load, true, one, R"({"env": {"Colour": 1}})",
-        "Colour: no such field");
+        "\"Colour\": no such field");
+    row("load: long key cut", load, true, one, R"({")" + QByteArray(200, 'k') + R"(": 1})",
+        QByteArray(80, 'k') + "…\": no such");
+    row("load: old VersionCode", load, true, one, R"({"env": {"VersionCode": "000100"}})",
+        "older than 000940");
+    row("load: NUL in a text", load, true, one, R"({"env": {"UserName": "a\u0000b"}})", "U+0000");
+    row("load: lone surrogate", load, true, one,
+        tagJson(R"({"record": 2, "MessageText": "a\ud800"})"), "lone surrogate (U+D800)");
+    row("load: bad escape", load, true, one,
+        tagJson(R"({"record": 2, "FontName": {"bytes": "zz"}})"), "hex digits");
     row("load: tag wrong type", load, true, one, tagJson(R"({"record": 2, "FontBold": true})"),
         "expected a number");
     row("load: byte out of range", load, true, one, tagJson(R"({"record": 2, "FontSize": 256})"),
@@ -291,6 +310,25 @@ void TestCli::badInput()
     QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden), entriesBefore);
 }
 
+void TestCli::damagedTagIsLeftOut()
+{
+    QTemporaryDir dir;
+    QByteArray pastSlot = tagBytes(QStringLiteral("x"));
+    LE::setInt16(pastSlot, TagRecord::FixedSize, qint16(40000));
+    writeFile(dt1Of(dir.path()), envImage(3, {tagBytes(QStringLiteral("one")), pastSlot,
+                                              tagBytes(QStringLiteral("three"))}));
+    const Run dump = runCli({QStringLiteral("dump"), dir.path()});
+    QCOMPARE(dump.status, 2);
+    const QJsonArray tags = QJsonDocument::fromJson(dump.out)[QLatin1String("tags")].toArray();
+    QCOMPARE(tags.size(), 2);
+    QCOMPARE(tags[1][QLatin1String("MessageText")].toString(), QStringLiteral("three"));
+    QVERIFY2(dump.err.contains("tag 2 (record 3)"), dump.err.constData());
+    const Run eval = runCli({QStringLiteral("eval"), dir.path()});
+    QCOMPARE(eval.status, 2);
+    QCOMPARE(eval.out.count('\n'), 2);
+    QVERIFY(eval.err.contains("tag 2 (record 3)"));
+}
+
 void TestCli::loadRefusedWhileLocked()
 {
     QTemporaryDir dir, scratch;
@@ -341,13 +379,13 @@ void TestCli::evalSaysWhy_data()
     const QByteArray dated = "00002\t1\t50401\t2024/05/01 10:00 から 表示されています。\n";
     QTest::newRow("every live tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59")} << 0
                                     << daily + dated << QString();
-    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"), QStringLiteral("--tag"),
-                                            QStringLiteral("2")}
+    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"),
+                                            QStringLiteral("--tag"), QStringLiteral("2")}
                              << 0 << dated << QString();
-    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")} << 1
-                                      << QByteArray() << QStringLiteral("no live tag 00003");
-    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1 << QByteArray()
-                                << QStringLiteral("not of the form");
+    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")}
+                                      << 1 << QByteArray() << QStringLiteral("no live tag 00003");
+    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1
+                                << QByteArray() << QStringLiteral("not of the form");
 }
 
 void TestCli::evalSaysWhy()
@@ -383,20 +421,26 @@ void TestCli::mailCommands_data()
     QTest::addColumn<QString>("printed");
     const QStringList test{QStringLiteral("mail-test")};
     const QStringList mail{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("1")};
-    QTest::newRow("test passes") << "normal" << test << false << 0 << QStringLiteral("接続テストに成功しました。");
+    QTest::newRow("test passes") << "normal" << test << false << 0
+                                 << QStringLiteral("接続テストに成功しました。");
     QTest::newRow("test refused")
         << "ehlo-and-helo-5xx" << test << false << 1
         << QStringLiteral("接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
     QTest::newRow("mail sent") << "normal" << mail << true << 0 << QStringLiteral("sent tag 1");
     QTest::newRow("recipient refused")
         << "rcpt-4xx" << mail << true << 1
-        << QStringLiteral("メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
-    QTest::newRow("no recipients") << "normal" << mail << false << 1
-                                   << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
-    QTest::newRow("no such tag") << "normal" << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("7")}
+        << QStringLiteral(
+               "メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
+    QTest::newRow("no recipients")
+        << "normal" << mail << false << 1
+        << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
+    QTest::newRow("no such tag") << "normal"
+                                 << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"),
+                                                QStringLiteral("7")}
                                  << true << 1 << QStringLiteral("7");
-    QTest::newRow("no tag given") << "normal" << QStringList{QStringLiteral("mail")} << true << 1
-                                  << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
+    QTest::newRow("no tag given")
+        << "normal" << QStringList{QStringLiteral("mail")} << true << 1
+        << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
 }
 
 void TestCli::mailCommands()
@@ -423,7 +467,9 @@ void TestCli::mailCommands()
     if (recipients)
         QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
                     .write(1, {QStringLiteral("件名"),
-                               {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")}, {}, {}}));
+                               {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")},
+                               {},
+                               {}}));
 
     QStringList full = args;
     full.insert(1, dir.path());
