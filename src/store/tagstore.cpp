@@ -2,6 +2,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+
 std::optional<EnvRecord> TagStore::readEnv(QString *error) const
 {
     const auto bytes = m_file.read(1, EnvRecord::Size, error);
@@ -52,6 +54,15 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
                      .arg(k + 1)
                      .arg(why);
     return tag;
+}
+
+QString TagStore::storedTagNumber(int k) const
+{
+    const auto head = m_file.read(k + 1, 5);
+    if (!head || head->size() != 5 ||
+        !std::all_of(head->begin(), head->end(), [](char c) { return c >= '0' && c <= '9'; }))
+        return QStringLiteral("?");
+    return QString::fromLatin1(*head);
 }
 
 bool TagStore::writeTag(int k, const TagRecord &tag, QString *error) const

@@ -25,6 +25,9 @@ public:
     // Tag k (1-based) from record k + 1.
     std::optional<TagRecord> readTag(int k, QString *error = nullptr) const;
     bool writeTag(int k, const TagRecord &tag, QString *error = nullptr) const;
+    // The TagNumber at the head of record k + 1 even when the rest cannot be
+    // read, so a damaged tag can be named; "?" where it is not five digits.
+    QString storedTagNumber(int k) const;
 
     // Stores a new tag: it takes the first free record ("9") or a new one at the
     // end, and the next TagNumber. Returns k, or nullopt with the reason.

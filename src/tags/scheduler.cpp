@@ -59,12 +59,14 @@ void Scheduler::loadAll()
     qint64 nearest = std::numeric_limits<qint32>::max();
     const auto env = m_store.readEnv();
     const int count = env ? env->tagCount() : 0;
+    QStringList unreadable;
     for (int k = 1; k <= count; ++k) {
         QString error;
         const auto tag = m_store.readTag(k, &error);
         Entry &e = entry(k);
         if (!tag) {
             qWarning().noquote() << "Pinboard:" << error;
+            unreadable << m_store.storedTagNumber(k);
             continue;
         }
         if (tag->stateMark() != QLatin1String(TagRecord::Live))
@@ -92,6 +94,14 @@ void Scheduler::loadAll()
         }
     }
     rearm(nearest);
+    // Said once per start, so a damaged tag is never dropped without a word.
+    if (!unreadable.isEmpty())
+        m_prompt.warn(unreadableTagsText(unreadable));
+}
+
+QString Scheduler::unreadableTagsText(const QStringList &numbers)
+{
+    return QStringLiteral("次の付箋のデータが壊れているため、表示できません。\r\n付箋番号：") + numbers.join(QStringLiteral("、"));
 }
 
 void Scheduler::SchedulerTick()

@@ -55,6 +55,8 @@ public:
     // Start-up: evaluates every stored tag, puts up the due ones (no alarm, no
     // blink), opens due files, sends due mail, and arms the timer.
     void loadAll();
+    // What the user is told of tags that could not be read at start-up.
+    static QString unreadableTagsText(const QStringList &numbers);
     // The timer's tick: evaluates the shown and waiting tags and re-arms.
     void SchedulerTick();
     // Shows one due tag with its alarm, or opens its file.

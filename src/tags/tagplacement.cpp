@@ -39,6 +39,23 @@ QRect placeTag(const QRect &wanted, const QList<QRect> &workAreas, bool autoPosi
     return fitInside(wanted, workAreas.at(best));
 }
 
+QRect boundedGeometry(qint64 x, qint64 y, qint64 width, qint64 height,
+                      const QList<QRect> &workAreas)
+{
+    QRect span;
+    for (const QRect &area : workAreas)
+        span = span.united(area);
+    if (span.isEmpty())
+        span = QRect(0, 0, 640, 480);
+    const qint64 w = std::clamp<qint64>(width, 0, span.width());
+    const qint64 h = std::clamp<qint64>(height, 0, span.height());
+    // The top-left corner on the screens; the rest may stick out, as a tag the
+    // user pushed half off the edge does.
+    const qint64 left = std::clamp<qint64>(x, span.left(), span.right());
+    const qint64 top = std::clamp<qint64>(y, span.top(), span.bottom());
+    return QRect(int(left), int(top), int(w), int(h));
+}
+
 QList<QPoint> arrangeTags(Corner corner, const QList<QSize> &sizes, const QRect &workArea, int gap)
 {
     const bool right = corner == Corner::TopRight || corner == Corner::BottomRight;

@@ -11,6 +11,13 @@
 // that is gone) goes to the first (primary) work area, never off-screen.
 QRect placeTag(const QRect &wanted, const QList<QRect> &workAreas, bool autoPosition);
 
+// A stored position and size (any 32-bit values, from a file that may be damaged)
+// brought within what the screens can show, whatever the auto-position setting:
+// the size no larger than the area spanned by the work areas, the top-left corner
+// inside that area. Sizes of 0 or less become 0 (the window fits its text).
+QRect boundedGeometry(qint64 x, qint64 y, qint64 width, qint64 height,
+                      const QList<QRect> &workAreas);
+
 enum class Corner
 {
     TopLeft,

@@ -168,15 +168,21 @@ void TestScheduler::startUpShowsWithoutAlarm()
     add(0, wallTime(0), {}, [](TagRecord &t) { t.setStateMark(TagRecord::InTrash); });
     const int freed = add(0, wallTime(0));
     add(7, wallTime(0));
+    const int broken = add(0, wallTime(0));
     TagRecord gone = *m_store->readTag(freed);
     gone.setStateMark(TagRecord::Deleted);
     QVERIFY(m_store->writeTag(freed, gone));
+    QByteArray bad = m_store->readTag(broken)->serialize();
+    bad[TagRecord::FixedSize + 1] = char(0x90); // a length past the slot
+    QVERIFY(m_store->file().write(broken + 1, bad));
     m_scheduler->loadAll();
     QCOMPARE(m_display->take(), QStringList{QStringLiteral("show 1")});
     QCOMPARE(m_scheduler->state(2), int(Scheduler::Idle));
     QCOMPARE(m_scheduler->state(3), int(Scheduler::Idle));
     QCOMPARE(m_scheduler->state(4), int(Scheduler::Idle));
-    QCOMPARE(m_prompt->shown.size(), 1); // the damaged kind was reported once
+    // The damaged kind and the unreadable record were each reported once.
+    QCOMPARE(m_prompt->shown.size(), 2);
+    QCOMPARE(m_prompt->shown.last(), Scheduler::unreadableTagsText({QStringLiteral("00005")}));
 }
 
 void TestScheduler::filesAndMailOncePerOccurrence()

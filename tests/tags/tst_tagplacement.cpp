@@ -17,6 +17,8 @@ private Q_SLOTS:
     void place();
     void arrange_data();
     void arrange();
+    void bounded_data();
+    void bounded();
 };
 
 void TestTagPlacement::place_data()
@@ -52,6 +54,34 @@ void TestTagPlacement::place()
     QFETCH(bool, autoPosition);
     QFETCH(QRect, placed);
     QCOMPARE(placeTag(wanted, areas, autoPosition), placed);
+}
+
+void TestTagPlacement::bounded_data()
+{
+    QTest::addColumn<QList<qint64>>("stored"); // x, y, width, height as read from the file
+    QTest::addColumn<QList<QRect>>("areas");
+    QTest::addColumn<QRect>("bounded");
+    const qint64 big = 2147483647, small = -2147483647 - 1;
+    QTest::newRow("ordinary") << QList<qint64>{100, 100, 200, 120} << One
+                              << QRect(100, 100, 200, 120);
+    QTest::newRow("100000 square")
+        << QList<qint64>{0, 0, 100000, 100000} << One << QRect(0, 0, 1280, 760);
+    QTest::newRow("near +2^31") << QList<qint64>{big, big, big, big} << Two
+                                << QRect(3199, 1079, 3200, 1080);
+    QTest::newRow("near -2^31") << QList<qint64>{small, small, small, small} << Two
+                                << QRect(0, 0, 0, 0);
+    QTest::newRow("partly off stays")
+        << QList<qint64>{1200, 700, 200, 120} << One << QRect(1200, 700, 200, 120);
+    QTest::newRow("no screens") << QList<qint64>{big, 5, 90, 90} << QList<QRect>{}
+                                << QRect(639, 5, 90, 90);
+}
+
+void TestTagPlacement::bounded()
+{
+    QFETCH(QList<qint64>, stored);
+    QFETCH(QList<QRect>, areas);
+    QFETCH(QRect, bounded);
+    QCOMPARE(boundedGeometry(stored[0], stored[1], stored[2], stored[3], areas), bounded);
 }
 
 void TestTagPlacement::arrange_data()

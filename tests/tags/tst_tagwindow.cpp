@@ -45,6 +45,7 @@ private Q_SLOTS:
     void popupUrlFlag();
     void dragAndDoubleClick();
     void fitToText();
+    void hostileGeometryIsBounded();
     void menu();
     void printing();
     void firstUrl_data();
@@ -212,6 +213,23 @@ void TestTagWindow::dragAndDoubleClick()
     QCOMPARE(dbl.size(), 1);
     QCOMPARE(dbl.at(0).at(0).toInt(), 2);
     QCOMPARE(popup.size(), 0);
+}
+
+void TestTagWindow::hostileGeometryIsBounded()
+{
+    EnvRecord env;
+    env.setByte(Env::AutoPosition, 0);
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    for (const qint32 v : {100000, 2147483647, -2147483647 - 1}) {
+        TagRecord t = makeTag(u"big"_s);
+        t.setLong(Tag::Width, v);
+        t.setLong(Tag::Height, v);
+        t.setLong(Tag::PosX, v);
+        t.setLong(Tag::PosY, v);
+        TagWindow w(1, t, env);
+        QVERIFY2(w.width() <= screen.width() && w.height() <= screen.height(), qPrintable(QString::number(v)));
+        QVERIFY(screen.contains(w.pos()));
+    }
 }
 
 void TestTagWindow::fitToText()

@@ -153,17 +153,20 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
     }
     applyColors();
 
-    const int width = int(tag.longValue(Tag::Width));
-    const int height = int(tag.longValue(Tag::Height));
+    // Stored values are bounded first: a damaged or hostile record must not ask
+    // for a window larger than the screens or placed near the ends of int.
+    const QList<QRect> areas = workAreas();
+    const QRect stored = boundedGeometry(tag.longValue(Tag::PosX), tag.longValue(Tag::PosY),
+                                         tag.longValue(Tag::Width), tag.longValue(Tag::Height), areas);
     QSize size = fittedSize();
-    if (width > 0) {
+    if (stored.width() > 0) {
         const int b = 2 * borderWidth();
-        size = QSize(width, contentHeight(std::max(1, width - b)) + b);
+        size = QSize(stored.width(), contentHeight(std::max(1, stored.width() - b)) + b);
     }
-    if (height > 0)
-        size.setHeight(height);
-    const QRect wanted(QPoint(int(tag.longValue(Tag::PosX)), int(tag.longValue(Tag::PosY))), size);
-    setGeometry(placeTag(wanted, workAreas(), env.autoPosition()));
+    if (stored.height() > 0)
+        size.setHeight(stored.height());
+    const QRect wanted = boundedGeometry(stored.x(), stored.y(), size.width(), size.height(), areas);
+    setGeometry(placeTag(wanted, areas, env.autoPosition()));
     layoutLabels();
     update();
 }
