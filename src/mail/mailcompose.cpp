@@ -16,6 +16,17 @@ bool hasLineBreak(const QString &s)
     return s.contains(QLatin1Char('\r')) || s.contains(QLatin1Char('\n'));
 }
 
+// A NUL or another control code in an address would reach the server's RCPT line.
+bool hasControl(const QString &s)
+{
+    return std::any_of(s.begin(), s.end(), [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
+}
+
+bool anyHasControl(const QStringList &list)
+{
+    return std::any_of(list.begin(), list.end(), hasControl);
+}
+
 bool anyHasLineBreak(const QStringList &list)
 {
     return std::any_of(list.begin(), list.end(), hasLineBreak);
@@ -129,6 +140,8 @@ std::optional<ComposedMail> ComposeTagMail(const MailContent &mail, const QDateT
     if (hasLineBreak(mail.from) || anyHasLineBreak(mail.to) || anyHasLineBreak(mail.cc) ||
         anyHasLineBreak(mail.bcc))
         return fail(QStringLiteral("メールアドレスに改行が含まれています。"));
+    if (hasControl(mail.from) || anyHasControl(mail.to) || anyHasControl(mail.cc) || anyHasControl(mail.bcc))
+        return fail(QStringLiteral("メールアドレスに制御文字が含まれています。"));
 
     ComposedMail out;
     QByteArray &h = out.header;
