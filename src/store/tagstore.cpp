@@ -104,17 +104,17 @@ std::optional<int> TagStore::addTag(TagRecord &tag, QString *error) const
     tag.setText(Tag::TagNumber, env->nextTagNumber());
     if (tag.isFree())
         tag.setStateMark(TagRecord::Live);
-    // The number is spent before the tag is written, so a crash in between skips a
-    // number rather than hand the same one out twice; the count grows only after
-    // the tag is whole, so it never names a record that is not there.
+    // Two synced writes, ordered so that a crash between them loses at most the
+    // new tag and never hands one number out twice. A reused record: the number is
+    // spent first, so a crash skips it. A new record at the end: the tag first, so
+    // until record 1 counts it and spends its number, it is not a tag at all.
     env->setText(Env::NextTagNumber, tagNumberAfter(env->nextTagNumber()));
-    if (!writeEnv(*env, error) || !writeTag(k, tag, error))
-        return std::nullopt;
-    if (k > count) {
+    if (k > count)
         env->setTagCount(k);
-        if (!writeEnv(*env, error))
-            return std::nullopt;
-    }
+    const bool ok = k > count ? writeTag(k, tag, error) && writeEnv(*env, error)
+                              : writeEnv(*env, error) && writeTag(k, tag, error);
+    if (!ok)
+        return std::nullopt;
     m_freeFrom = k + 1;
     return k;
 }
