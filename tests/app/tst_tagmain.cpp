@@ -97,6 +97,15 @@ void TestTagMain::damagedEnvironmentEndsStartUp_data()
     QTest::newRow("next tag number not digits") << badNumber.bytes();
     QTest::newRow("record 1 cut short") << shortRecord;
     QTest::newRow("record 1 missing") << QByteArray(100, 'z');
+    // A VersionCode spoilt to NULs sorts below "000940" but is no old file.
+    EnvRecord oneTag;
+    oneTag.setTagCount(1);
+    QByteArray nulCode = oneTag.bytes();
+    nulCode.replace(1264, 6, QByteArray(6, '\0'));
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("消さないで"));
+    nulCode += QByteArray(TagRecord::SlotSize - nulCode.size(), '\0') + tag.serialize();
+    QTest::newRow("VersionCode of NULs") << nulCode;
 }
 
 void TestTagMain::damagedEnvironmentEndsStartUp()
