@@ -46,7 +46,15 @@ bool canEncode(QStringView text)
 QString decode(QByteArrayView bytes)
 {
     QStringDecoder decoder(Name);
-    return decoder.decode(bytes);
+    QString text = decoder.decode(bytes);
+    // The decoder keeps a lead byte at the very end for a next call that never
+    // comes; show it, so a text cut inside a character does not silently shrink.
+    qsizetype i = 0;
+    while (i < bytes.size())
+        i += isLeadByte(static_cast<unsigned char>(bytes[i])) ? 2 : 1;
+    if (i > bytes.size())
+        text += QChar::ReplacementCharacter;
+    return text;
 }
 
 qsizetype byteLength(QStringView text)
