@@ -7,6 +7,7 @@ target_sources(pb_store PRIVATE
 
 add_library(pb_mail STATIC
   ${CMAKE_CURRENT_LIST_DIR}/mail/socketerrortext.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/mail/smtpreplyreader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/mail/smtpsession.cpp
   ${CMAKE_CURRENT_LIST_DIR}/mail/mailsender.cpp
   ${CMAKE_CURRENT_LIST_DIR}/mail/mailcompose.cpp

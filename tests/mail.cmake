@@ -6,6 +6,7 @@ target_compile_definitions(tst_mailcompose PRIVATE
 # The session and sender against tests/mail/smtpserver.py on loopback. The
 # unresolvable host has an empty label, so Qt refuses it without asking a name server.
 pb_add_test(smtpsession mail pb_mail)
+pb_add_test(smtpreplyreader mail pb_mail)
 pb_add_test(smtpsetup mail pb_mailui)
 pb_add_test(tagmail mail pb_mail)
 foreach(test tst_smtpsession tst_smtpsetup tst_tagmail)

@@ -73,12 +73,17 @@ QString decode(QByteArrayView bytes)
         const bool ascii = static_cast<unsigned char>(bytes[i]) < 0x80;
         while (end < bytes.size() && (static_cast<unsigned char>(bytes[end]) < 0x80) == ascii)
             end += (!ascii && isLeadByte(static_cast<unsigned char>(bytes[end]))) ? 2 : 1;
+        // The decoder keeps a lead byte left alone at the very end for a next call
+        // that never comes; show it, so a text cut inside a character does not shrink.
+        const bool cutOff = end > bytes.size();
         end = qMin(end, bytes.size());
         const QByteArrayView run = bytes.sliced(i, end - i);
         if (ascii) {
             text += QLatin1String(run);
         } else {
             text += decoder.decode(run);
+            if (cutOff)
+                text += QChar::ReplacementCharacter;
         }
         i = end;
     }

@@ -11,7 +11,6 @@
 #include <QTcpSocket>
 
 #include <algorithm>
-#include <utility>
 
 namespace {
 
@@ -132,9 +131,7 @@ bool SmtpSession::start(Mode mode, const SmtpSettings &settings, const QString &
     m_nextRecipient = 0;
     m_step = SmtpStep::Connect;
     m_peer.clear();
-    m_line.clear();
-    m_reply.clear();
-    m_replyBytes = 0;
+    m_reader.clear();
     m_received = 0;
     m_timer.start(settings.timeLimitMs);
 
@@ -170,7 +167,7 @@ bool SmtpSession::start(Mode mode, const SmtpSettings &settings, const QString &
 
 qsizetype SmtpSession::bufferedReplyBytes() const
 {
-    return m_line.size() + m_replyBytes;
+    return m_reader.bufferedBytes();
 }
 
 void SmtpSession::onConnected()
@@ -189,38 +186,12 @@ void SmtpSession::onReadyRead()
     const quint64 generation = m_generation;
     const QByteArray chunk = m_socket->readAll();
     m_received += chunk.size();
-    qsizetype from = 0;
+    QByteArrayView rest(chunk);
+    QList<QByteArray> reply;
     // A reply may end a session (or finish it and let the next one start), so
     // stop as soon as this session is over.
-    while (generation == m_generation && from < chunk.size()) {
-        const qsizetype lf = chunk.indexOf('\n', from);
-        const qsizetype end = lf < 0 ? chunk.size() : lf;
-        const qsizetype room = MaxLineBytes - m_line.size();
-        if (room > 0)
-            m_line.append(chunk.constData() + from, std::min(room, end - from));
-        if (lf < 0)
-            break;
-        from = lf + 1;
-        takeLine();
-    }
-}
-
-void SmtpSession::takeLine()
-{
-    QByteArray line = std::exchange(m_line, {});
-    if (line.endsWith('\r'))
-        line.chop(1);
-    // "250-..." lines continue the reply; the line without the hyphen ends it.
-    const bool more = line.size() >= 4 && line.at(3) == '-';
-    if (m_replyBytes + line.size() <= MaxReplyBytes) {
-        m_replyBytes += line.size();
-        m_reply << line;
-    }
-    if (more)
-        return;
-    const QList<QByteArray> reply = std::exchange(m_reply, {});
-    m_replyBytes = 0;
-    onReply(reply);
+    while (generation == m_generation && m_reader.read(rest, &reply))
+        onReply(reply);
 }
 
 void SmtpSession::onReply(const QList<QByteArray> &lines)
@@ -341,9 +312,7 @@ void SmtpSession::finish(bool ok, const QString &detail)
     }
     m_running = false;
     ++m_generation;
-    m_line.clear();
-    m_reply.clear();
-    m_replyBytes = 0;
+    m_reader.clear();
     m_mail = {};
     Q_EMIT finished(ok, detail);
 }

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QTimer>
 
+#include "smtpreplyreader.h"
+
 class Clock;
 class CommLog;
 class EnvRecord;
@@ -64,10 +66,8 @@ public:
         ConnectionTest
     };
 
-    // Longest reply line kept; the rest of a longer line is dropped.
-    static constexpr qsizetype MaxLineBytes = 4096;
-    // Most reply text kept for one reply; further lines are counted, not kept.
-    static constexpr qsizetype MaxReplyBytes = 64 * 1024;
+    static constexpr qsizetype MaxLineBytes = SmtpReplyReader::MaxLineBytes;
+    static constexpr qsizetype MaxReplyBytes = SmtpReplyReader::MaxReplyBytes;
 
     SmtpSession(CommLog &log, const Clock &clock, QObject *parent = nullptr);
     ~SmtpSession() override;
@@ -91,7 +91,6 @@ private:
     void onReadyRead();
     void onSocketError(int winsockError, bool closedByServer);
     void onTimeOut();
-    void takeLine();
     void onReply(const QList<QByteArray> &lines);
     void afterHello();
     void nextRecipient();
@@ -117,9 +116,7 @@ private:
     SmtpStep m_step = SmtpStep::Connect;
     QString m_peer;
 
-    QByteArray m_line;         // the reply line being received
-    QList<QByteArray> m_reply; // complete lines of the reply being received
-    qsizetype m_replyBytes = 0;
+    SmtpReplyReader m_reader;
     qint64 m_received = 0;
 };
 

@@ -81,6 +81,9 @@ void TestCp932::fields_data()
     QTest::newRow("leading spaces kept") << QByteArray("  a  ") << QStringLiteral("  a");
     QTest::newRow("all spaces") << QByteArray("     ") << QString();
     QTest::newRow("double-byte then spaces") << QByteArray("\x82\xa0  ") << QStringLiteral("あ");
+    // A lone lead byte at the end must not vanish (a dump would then lose it).
+    QTest::newRow("lone lead byte at the end")
+        << QByteArray("  a\x82  ") << QStringLiteral("  a\uFFFD");
 }
 
 void TestCp932::fields()
