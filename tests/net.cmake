@@ -1,0 +1,2 @@
+pb_add_test(datagram net pb_net)
+pb_add_test(netendpoint net pb_net)
