@@ -1,2 +1,3 @@
 pb_add_test(datagram net pb_net)
 pb_add_test(netendpoint net pb_net)
+pb_add_test(netsetup net pb_netui)
