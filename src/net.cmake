@@ -24,3 +24,6 @@ add_library(pb_netui STATIC
   ${CMAKE_CURRENT_LIST_DIR}/net/ui/frmnetwork.cpp)
 target_include_directories(pb_netui PUBLIC ${CMAKE_CURRENT_LIST_DIR}/net/ui)
 target_link_libraries(pb_netui PUBLIC pb_net Qt6::Widgets)
+
+target_sources(pb_app PRIVATE ${CMAKE_CURRENT_LIST_DIR}/app/netdesk.cpp)
+target_link_libraries(pb_app PUBLIC pb_netui)
