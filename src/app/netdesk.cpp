@@ -47,7 +47,14 @@ void NetDesk::startUp(const EnvRecord &env)
         return;
     }
     m_usable = true;
-    m_endpoint.StartNetwork(netConfigFrom(env, m_identity.address));
+    m_endpoint.StartNetwork(config(env));
+}
+
+NetConfig NetDesk::config(const EnvRecord &env) const
+{
+    NetConfig c = netConfigFrom(env, m_identity.address);
+    c.bindAddress = m_bind;
+    return c;
 }
 
 void NetDesk::openGroupList()
@@ -71,7 +78,7 @@ void NetDesk::retry()
         return;
     }
     if (const auto env = m_store.readEnv())
-        m_endpoint.RestartNetwork(netConfigFrom(*env, m_identity.address));
+        m_endpoint.RestartNetwork(config(*env));
 }
 
 void NetDesk::showNetwork()
@@ -109,7 +116,7 @@ void NetDesk::settingsStored()
     // The settings now belong to this host: the LAN entries work from here on.
     m_usable = true;
     m_endpoint.setSettingsSaved();
-    m_endpoint.RestartNetwork(netConfigFrom(*env, m_identity.address));
+    m_endpoint.RestartNetwork(config(*env));
 }
 
 void NetDesk::logoutAndStop()

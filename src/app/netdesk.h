@@ -28,6 +28,9 @@ public:
 
     static QString notConfiguredText();
 
+    // 0.0.0.0 in the program; tests put it on one loopback address.
+    void setBindAddress(const QHostAddress &address) { m_bind = address; }
+
     // Start-up: the stored identity is checked against this host, then the
     // network starts. Nothing starts before the settings have been stored once.
     void startUp(const EnvRecord &env);
@@ -44,6 +47,7 @@ public:
 
 private:
     void settingsStored();
+    NetConfig config(const EnvRecord &env) const;
 
     TagStore &m_store;
     Prompt &m_prompt;
@@ -51,6 +55,7 @@ private:
     LocalIdentity m_identity;
     CommLog m_log;
     NetEndpoint m_endpoint;
+    QHostAddress m_bind{QHostAddress::AnyIPv4};
     bool m_usable = false;
     QPointer<QWidget> m_groupList;
     QPointer<QWidget> m_setup;

@@ -136,6 +136,7 @@ bool TagMain::start()
 
     // 12, 14. The LAN, when its settings still belong to this host.
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, m_prompt, m_clock, m_netIdentity);
+    m_net->setBindAddress(m_netBind);
     m_net->startUp(m_env);
 
     // 13. Mail: the log switch, the address book.

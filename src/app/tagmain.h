@@ -7,6 +7,7 @@
 #include "tagplacement.h"
 #include "traymessages.h"
 
+#include <QHostAddress>
 #include <QObject>
 #include <QSystemTrayIcon>
 #include <functional>
@@ -68,8 +69,13 @@ public:
     EditorHost *editors() const { return m_editors.get(); }
     MailDesk *mail() const { return m_mail.get(); }
     NetDesk *net() const { return m_net.get(); }
-    // Where this host's name and address come from; tests give a loopback one.
-    void setNetIdentity(std::function<LocalIdentity()> source) { m_netIdentity = std::move(source); }
+    // Where this host's name and address come from; tests give a loopback one
+    // and bind the socket to it.
+    void setNetIdentity(std::function<LocalIdentity()> source, const QHostAddress &bind)
+    {
+        m_netIdentity = std::move(source);
+        m_netBind = bind;
+    }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -111,6 +117,7 @@ private:
     std::unique_ptr<EditorHost> m_editors;
     std::unique_ptr<NetDesk> m_net;
     std::function<LocalIdentity()> m_netIdentity = GetLocalAddress;
+    QHostAddress m_netBind{QHostAddress::AnyIPv4};
     TrayMessages m_trayMessages;
     QIcon m_icon;
     bool m_paused = false;

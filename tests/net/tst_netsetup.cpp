@@ -1,15 +1,15 @@
 // The settings dialog's checks, defaults and storing; choosing the local address.
 #include "envrecord.h"
+#include "fileset.h"
 #include "localaddress.h"
 #include "netsetup.h"
 #include "netsetupinput.h"
 #include "prompt.h"
 #include "tagstore.h"
-#include "fileset.h"
 
+#include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QCheckBox>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -24,13 +24,14 @@ NetSetupInput valid()
     NetSetupInput in;
     in.port = QStringLiteral("12222");
     in.userName = QStringLiteral("alice");
-    in.octets[0] = {QStringLiteral("127"), QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("255")};
+    in.octets[0] = {QStringLiteral("127"), QStringLiteral("0"), QStringLiteral("0"),
+                    QStringLiteral("255")};
     return in;
 }
 void setRow(NetSetupInput &in, int row, const char *a, const char *b, const char *c, const char *d)
 {
-    in.octets[std::size_t(row)] = {QString::fromLatin1(a), QString::fromLatin1(b), QString::fromLatin1(c),
-                                   QString::fromLatin1(d)};
+    in.octets[std::size_t(row)] = {QString::fromLatin1(a), QString::fromLatin1(b),
+                                   QString::fromLatin1(c), QString::fromLatin1(d)};
 }
 const LocalIdentity Here{QStringLiteral("desk1"), 0x7F000001};
 } // namespace
@@ -55,43 +56,110 @@ void TestNetSetup::checks_data()
     QTest::addColumn<Edit>("edit");
     QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("control");
-    auto row = [](const char *tag, Edit e, const char16_t *message = u"", const char *control = "") {
+    auto row = [](const char *tag, Edit e, const char16_t *message = u"",
+                  const char *control = "") {
         QTest::newRow(tag) << e << QString::fromUtf16(message) << QString::fromLatin1(control);
     };
     row("valid", [](NetSetupInput &) {});
-    row("port empty", [](NetSetupInput &i) { i.port = QStringLiteral("  "); }, u"ポート番号を指定して下さい。", "txt_PortNo");
-    row("port with a letter", [](NetSetupInput &i) { i.port = QStringLiteral("12a22"); }, u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
-    row("port negative", [](NetSetupInput &i) { i.port = QStringLiteral("-1024"); }, u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
-    row("port 999", [](NetSetupInput &i) { i.port = QStringLiteral("999"); }, u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
-    row("port 0999", [](NetSetupInput &i) { i.port = QStringLiteral("0999"); }, u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
+    row(
+        "port empty", [](NetSetupInput &i) { i.port = QStringLiteral("  "); },
+        u"ポート番号を指定して下さい。", "txt_PortNo");
+    row(
+        "port with a letter", [](NetSetupInput &i) { i.port = QStringLiteral("12a22"); },
+        u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
+    row(
+        "port negative", [](NetSetupInput &i) { i.port = QStringLiteral("-1024"); },
+        u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
+    row(
+        "port 999", [](NetSetupInput &i) { i.port = QStringLiteral("999"); },
+        u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
+    row(
+        "port 0999", [](NetSetupInput &i) { i.port = QStringLiteral("0999"); },
+        u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
     row("port 1024", [](NetSetupInput &i) { i.port = QStringLiteral("1024"); });
     row("port 65535", [](NetSetupInput &i) { i.port = QStringLiteral("65535"); });
-    row("port 65536", [](NetSetupInput &i) { i.port = QStringLiteral("65536"); }, u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
-    row("port huge", [](NetSetupInput &i) { i.port = QStringLiteral("99999999999999999999"); }, u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
-    row("port checked before name", [](NetSetupInput &i) { i.port.clear(); i.userName.clear(); }, u"ポート番号を指定して下さい。", "txt_PortNo");
-    row("name empty", [](NetSetupInput &i) { i.userName = QStringLiteral(" "); }, u"ユーザー名を指定して下さい。", "txt_UserName");
+    row(
+        "port 65536", [](NetSetupInput &i) { i.port = QStringLiteral("65536"); },
+        u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
+    row(
+        "port huge", [](NetSetupInput &i) { i.port = QStringLiteral("99999999999999999999"); },
+        u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
+    row(
+        "port checked before name",
+        [](NetSetupInput &i) {
+            i.port.clear();
+            i.userName.clear();
+        },
+        u"ポート番号を指定して下さい。", "txt_PortNo");
+    row(
+        "name empty", [](NetSetupInput &i) { i.userName = QStringLiteral(" "); },
+        u"ユーザー名を指定して下さい。", "txt_UserName");
     row("name 16 kanji", [](NetSetupInput &i) { i.userName = QString(16, QChar(0x5C71)); });
-    row("name 17 kanji", [](NetSetupInput &i) { i.userName = QString(17, QChar(0x5C71)); }, u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
+    row(
+        "name 17 kanji", [](NetSetupInput &i) { i.userName = QString(17, QChar(0x5C71)); },
+        u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
     row("name 32 ascii", [](NetSetupInput &i) { i.userName = QString(32, u'a'); });
-    row("name 33 ascii", [](NetSetupInput &i) { i.userName = QString(33, u'a'); }, u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
+    row(
+        "name 33 ascii", [](NetSetupInput &i) { i.userName = QString(33, u'a'); },
+        u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
     row("first octet 253", [](NetSetupInput &i) { setRow(i, 0, "253", "1", "1", "255"); });
-    row("first octet 254", [](NetSetupInput &i) { setRow(i, 0, "254", "1", "1", "255"); }, u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
-    row("second octet 254, row 3", [](NetSetupInput &i) { setRow(i, 3, "10", "254", "1", "255"); }, u"アドレスに２５４以上の値は指定できません。", "txt_IP2_3");
+    row(
+        "first octet 254", [](NetSetupInput &i) { setRow(i, 0, "254", "1", "1", "255"); },
+        u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
+    row(
+        "second octet 254, row 3", [](NetSetupInput &i) { setRow(i, 3, "10", "254", "1", "255"); },
+        u"アドレスに２５４以上の値は指定できません。", "txt_IP2_3");
     row("third octet 255", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "255", "255"); });
-    row("third octet 256", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "256", "255"); }, u"アドレスに２５５以上の値は指定できません。", "txt_IP3_0");
-    row("fourth octet 999", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "1", "999"); }, u"アドレスに２５５以上の値は指定できません。", "txt_IP4_0");
-    row("range before partial", [](NetSetupInput &i) { setRow(i, 0, "300", "", "", ""); }, u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
-    row("partial row", [](NetSetupInput &i) { setRow(i, 2, "10", "1", "", "255"); }, u"アドレスは、全て入力して下さい。", "txt_IP3_2");
-    row("192.168.1.0", [](NetSetupInput &i) { setRow(i, 0, "192", "168", "1", "0"); }, u"アドレスに０は指定できません。", "txt_IP4_0");
-    row("0.1.1.255", [](NetSetupInput &i) { setRow(i, 0, "0", "1", "1", "255"); }, u"アドレスに０は指定できません。", "txt_IP1_0");
+    row(
+        "third octet 256", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "256", "255"); },
+        u"アドレスに２５５以上の値は指定できません。", "txt_IP3_0");
+    row(
+        "fourth octet 999", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "1", "999"); },
+        u"アドレスに２５５以上の値は指定できません。", "txt_IP4_0");
+    row(
+        "range before partial", [](NetSetupInput &i) { setRow(i, 0, "300", "", "", ""); },
+        u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
+    row(
+        "partial row", [](NetSetupInput &i) { setRow(i, 2, "10", "1", "", "255"); },
+        u"アドレスは、全て入力して下さい。", "txt_IP3_2");
+    row(
+        "192.168.1.0", [](NetSetupInput &i) { setRow(i, 0, "192", "168", "1", "0"); },
+        u"アドレスに０は指定できません。", "txt_IP4_0");
+    row(
+        "0.1.1.255", [](NetSetupInput &i) { setRow(i, 0, "0", "1", "1", "255"); },
+        u"アドレスに０は指定できません。", "txt_IP1_0");
     row("zeros inside are fine", [](NetSetupInput &i) { setRow(i, 0, "10", "0", "0", "255"); });
-    row("earlier row first", [](NetSetupInput &i) { setRow(i, 1, "10", "1", "", ""); setRow(i, 2, "999", "1", "1", "1"); }, u"アドレスは、全て入力して下さい。", "txt_IP3_1");
-    row("no row", [](NetSetupInput &i) { setRow(i, 0, "", "", "", ""); }, u"ブロードキャストアドレスを、少なくとも１個所は指定して下さい。", "txt_IP1_0");
-    row("only row 15", [](NetSetupInput &i) { setRow(i, 0, "", "", "", ""); setRow(i, 15, "10", "1", "2", "3"); });
-    row("sequential on .1", [](NetSetupInput &i) { setRow(i, 4, "10", "1", "2", "1"); i.sequential[4] = true; }, u"シーケンシャル送信を行う場合は、２５５を指定して下さい。", "txt_IP4_4");
+    row(
+        "earlier row first",
+        [](NetSetupInput &i) {
+            setRow(i, 1, "10", "1", "", "");
+            setRow(i, 2, "999", "1", "1", "1");
+        },
+        u"アドレスは、全て入力して下さい。", "txt_IP3_1");
+    row(
+        "no row", [](NetSetupInput &i) { setRow(i, 0, "", "", "", ""); },
+        u"ブロードキャストアドレスを、少なくとも１個所は指定して下さい。", "txt_IP1_0");
+    row("only row 15", [](NetSetupInput &i) {
+        setRow(i, 0, "", "", "", "");
+        setRow(i, 15, "10", "1", "2", "3");
+    });
+    row(
+        "sequential on .1",
+        [](NetSetupInput &i) {
+            setRow(i, 4, "10", "1", "2", "1");
+            i.sequential[4] = true;
+        },
+        u"シーケンシャル送信を行う場合は、２５５を指定して下さい。", "txt_IP4_4");
     row("sequential on .255", [](NetSetupInput &i) { i.sequential[0] = true; });
     row("sequential on an empty row", [](NetSetupInput &i) { i.sequential[9] = true; });
-    row("sequential checked after all rows", [](NetSetupInput &i) { setRow(i, 1, "10", "1", "2", "1"); i.sequential[1] = true; setRow(i, 2, "10", "1", "2", ""); }, u"アドレスは、全て入力して下さい。", "txt_IP4_2");
+    row(
+        "sequential checked after all rows",
+        [](NetSetupInput &i) {
+            setRow(i, 1, "10", "1", "2", "1");
+            i.sequential[1] = true;
+            setRow(i, 2, "10", "1", "2", "");
+        },
+        u"アドレスは、全て入力して下さい。", "txt_IP4_2");
 }
 
 void TestNetSetup::checks()
@@ -111,7 +179,8 @@ void TestNetSetup::defaultsAndStoredValues()
     EnvRecord env;
     NetSetupInput in = netSetupFromEnv(env, {QStringLiteral("h"), 0xC0A80507});
     QCOMPARE(in.port, QStringLiteral("12222"));
-    QCOMPARE(in.octets[0], (std::array<QString, 4>{QStringLiteral("192"), QStringLiteral("168"), QStringLiteral("5"), QStringLiteral("255")}));
+    QCOMPARE(in.octets[0], (std::array<QString, 4>{QStringLiteral("192"), QStringLiteral("168"),
+                                                   QStringLiteral("5"), QStringLiteral("255")}));
     QVERIFY(in.octets[1][0].isEmpty());
     in = netSetupFromEnv(env, {QStringLiteral("h"), 0});
     QVERIFY(in.octets[0][0].isEmpty());
@@ -163,7 +232,8 @@ void TestNetSetup::dialogRefusesThenStores()
     QSignalSpy stored(&dialog, &NetSetup::settingsStored);
     auto *port = dialog.findChild<QLineEdit *>(QStringLiteral("txt_PortNo"));
     auto *ok = dialog.findChild<QPushButton *>(QStringLiteral("cmd_OK"));
-    QCOMPARE(dialog.findChild<QLineEdit *>(QStringLiteral("txt_IP4_0"))->text(), QStringLiteral("255"));
+    QCOMPARE(dialog.findChild<QLineEdit *>(QStringLiteral("txt_IP4_0"))->text(),
+             QStringLiteral("255"));
     port->setText(QStringLiteral("999"));
     ok->click();
     QCOMPARE(prompt.shown, QStringList(QStringLiteral("ポート番号は、４桁以上で指定して下さい。")));
@@ -209,11 +279,12 @@ void TestNetSetup::localAddress_data()
 void TestNetSetup::localAddress()
 {
     QFETCH(QString, route);
-    const QList<AdapterAddresses> adapters = {{QStringLiteral("lo"), true, true, {0x7F000001}},
-                                              {QStringLiteral("eth9"), false, false, {0xC0A80901}},
-                                              {QStringLiteral("eth0"), true, false, {}},
-                                              {QStringLiteral("wlan0"), true, false, {0xC0A80102}},
-                                              {QStringLiteral("eth1"), true, false, {0x0A000005, 0x0A000006}}};
+    const QList<AdapterAddresses> adapters = {
+        {QStringLiteral("lo"), true, true, {0x7F000001}},
+        {QStringLiteral("eth9"), false, false, {0xC0A80901}},
+        {QStringLiteral("eth0"), true, false, {}},
+        {QStringLiteral("wlan0"), true, false, {0xC0A80102}},
+        {QStringLiteral("eth1"), true, false, {0x0A000005, 0x0A000006}}};
     QTEST(pickLocalAddress(route, adapters), "address");
     QCOMPARE(pickLocalAddress(route, {adapters.first()}), 0u);
 }
