@@ -27,3 +27,5 @@ target_link_libraries(pb_netui PUBLIC pb_net Qt6::Widgets)
 
 target_sources(pb_app PRIVATE ${CMAKE_CURRENT_LIST_DIR}/app/netdesk.cpp)
 target_link_libraries(pb_app PUBLIC pb_netui)
+target_sources(pinboard-cli PRIVATE ${CMAKE_CURRENT_LIST_DIR}/cli/netcommand.cpp)
+target_link_libraries(pinboard-cli PRIVATE pb_net)
