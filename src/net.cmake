@@ -5,6 +5,7 @@ add_library(pb_net STATIC
   ${CMAKE_CURRENT_LIST_DIR}/net/datagram.cpp
   ${CMAKE_CURRENT_LIST_DIR}/net/netlog.cpp
   ${CMAKE_CURRENT_LIST_DIR}/net/participants.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/net/dispatchrule.cpp
   ${CMAKE_CURRENT_LIST_DIR}/net/netconfig.cpp
   ${CMAKE_CURRENT_LIST_DIR}/net/netendpoint.cpp)
 target_include_directories(pb_net PUBLIC ${CMAKE_CURRENT_LIST_DIR}/net)

@@ -3,6 +3,7 @@
 #include "clock.h"
 #include "commlog.h"
 #include "cp932.h"
+#include "dispatchrule.h"
 #include "netlog.h"
 #include "prompt.h"
 
@@ -233,49 +234,30 @@ void NetEndpoint::handle(quint32 from, const QByteArray &bytes)
 
 void NetEndpoint::dispatch(const Net::Message &m, quint32 from)
 {
-    const bool own = from == m_config.localIp;
-    switch (m.code) {
-    case Net::StartRequest:
-        if (own)
-            return;
-        if (m_participants.addOrKeep(m.name, m.version, from) == ParticipantTable::Outcome::Added)
-            Q_EMIT participantsChanged();
+    using Then = DispatchStep::Then;
+    const DispatchStep step = dispatchRule(m, from, m_config.localIp, m_participants);
+    if (step.tableChanged)
+        Q_EMIT participantsChanged();
+    switch (step.then) {
+    case Then::Nothing:
+        return;
+    case Then::AnswerStart:
         SendDatagram(from, Net::startAnswer(m_config.userName, Net::programVersion()),
                      Net::label(Net::StartAnswer));
         return;
-    case Net::StartAnswer:
-        if (m_participants.addOrKeep(m.name, m.version, from) == ParticipantTable::Outcome::Added)
-            Q_EMIT participantsChanged();
-        return;
-    case Net::Logout:
-        if (!own && m_participants.logout(from))
-            Q_EMIT participantsChanged();
-        return;
-    case Net::TagReceived:
+    case Then::Receipt:
         if (m_tags)
             m_tags->tagReceipt(m, from);
         return;
-    case Net::GlobalChatRequest:
-        if (own)
-            return;
-        [[fallthrough]];
-    case Net::PrivateChatRequest:
-    case Net::PrivateChatOk:
-    case Net::PrivateChatNg:
-    case Net::PrivateChatData:
-    case Net::PrivateChatLogout:
-    case Net::GlobalChat:
+    case Then::Chat:
         if (m_chat)
             m_chat->chat(m, from);
         return;
-    case Net::Dummy:
-        return;
-    case Net::OpeningConfirmation:
-    case Net::AbandonmentConfirmation:
+    case Then::Confirmation:
         if (m_confirmations)
             m_confirmations->confirmation(m, from);
         return;
-    case Net::TagData:
+    case Then::Tag:
         if (m_tags) {
             Net::TagDatagram record;
             record.setBytes(m.record);
