@@ -1,4 +1,5 @@
 pb_add_test(datagram net pb_net)
+target_compile_definitions(tst_datagram PRIVATE PINBOARD_DOCS="${PROJECT_SOURCE_DIR}/docs")
 pb_add_test(netendpoint net pb_net)
 pb_add_test(netsetup net pb_netui)
 pb_add_test(lanmain net pb_app)
