@@ -24,6 +24,8 @@ struct NetConfig
     BroadcastTargets targets{};
     // Datagrams from outside the targets' networks are dropped unless this is on.
     bool acceptOutside = false;
+    // Asked of the kernel for bursts; Linux grants at most net.core.rmem_max (doubled).
+    int receiveBufferBytes = 4 << 20;
     // 0.0.0.0 in the program; tests put several endpoints on 127.0.0.x.
     QHostAddress bindAddress{QHostAddress::AnyIPv4};
 };

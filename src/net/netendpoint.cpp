@@ -43,13 +43,20 @@ bool NetEndpoint::StartNetwork(const NetConfig &config)
         return false;
     }
     // A burst of a thousand datagrams must wait in the kernel while we are busy.
-    socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, ReceiveBuffer);
+    socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption,
+                            config.receiveBufferBytes);
     connect(socket, &QUdpSocket::readyRead, this, &NetEndpoint::readPending);
     m_socket = socket;
     BroadcastDatagram(Net::startRequest(config.userName, Net::programVersion()),
                       Net::label(Net::StartRequest));
     m_settingsSaved = false;
     return true;
+}
+
+int NetEndpoint::receiveBufferBytes() const
+{
+    return m_socket ? m_socket->socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt()
+                    : 0;
 }
 
 void NetEndpoint::RestartNetwork(const NetConfig &config)

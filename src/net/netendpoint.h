@@ -42,10 +42,9 @@ class NetEndpoint : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int SlicePerTurn = 64;       // datagrams sent per event-loop turn
-    static constexpr int ReadPerTurn = 256;       // datagrams read per event-loop turn
-    static constexpr int MaxQueued = 4096;        // send jobs waiting; more are dropped
-    static constexpr int ReceiveBuffer = 4 << 20; // asked of the kernel, which may cap it
+    static constexpr int SlicePerTurn = 64; // datagrams sent per event-loop turn
+    static constexpr int ReadPerTurn = 256; // datagrams read per event-loop turn
+    static constexpr int MaxQueued = 4096;  // send jobs waiting; more are dropped
 
     NetEndpoint(CommLog &log, const Clock &clock, Prompt &prompt, QObject *parent = nullptr);
     ~NetEndpoint() override;
@@ -61,6 +60,8 @@ public:
     void logoutAndStop();
     void stop();
     bool isStarted() const { return m_socket != nullptr; }
+    // What the kernel granted for the receive buffer; 0 while stopped.
+    int receiveBufferBytes() const;
     const NetConfig &config() const { return m_config; }
 
     // Set by the settings dialog; cleared whenever a start ends.
