@@ -1,5 +1,6 @@
 #include "clock.h"
 #include "messageboxprompt.h"
+#include "quitsignal.h"
 #include "tagmain.h"
 
 #include <QApplication>
@@ -15,6 +16,7 @@ int main(int argc, char *argv[])
     TagMain tagMain(QCoreApplication::applicationDirPath(), prompt, clock);
     QObject::connect(&tagMain, &TagMain::quitRequested, &app, &QCoreApplication::quit);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &tagMain, &TagMain::shutdown);
+    quitOnTermSignal(app);
     if (!tagMain.start())
         return 1;
     return app.exec();

@@ -6,6 +6,7 @@
 #include "editorhost.h"
 #include "maildesk.h"
 #include "mainmenu.h"
+#include "netdesk.h"
 #include "prompt.h"
 #include "runlocation.h"
 #include "scheduler.h"
@@ -136,6 +137,11 @@ bool TagMain::start()
     }
 
     applySettingsToMenu();
+
+    // 12, 14. The LAN, when its settings still belong to this host.
+    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, m_prompt, m_clock, m_netIdentity);
+    m_net->setBindAddress(m_netBind);
+    m_net->startUp(m_env);
 
     // 13. Mail: the log switch, the address book.
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
@@ -271,6 +277,12 @@ void TagMain::setUpMenus()
     on("mnu_SMTPSet", [this] { m_mail->openSmtpSetup(); });
     on("mnu_AddressEdit", [this] { m_mail->openAddressList(); });
     on("mnu_LogStart", [this] { toggleLog(); });
+    for (const char *name : {"mnu_Group", "mnu_Retry_Net", "mnu_ShowNetWork", "mnu_NetSet"})
+        m_mainMenu->action(QString::fromLatin1(name))->setEnabled(true);
+    on("mnu_Group", [this] { m_net->openGroupList(); });
+    on("mnu_Retry_Net", [this] { m_net->retry(); });
+    on("mnu_ShowNetWork", [this] { m_net->showNetwork(); });
+    on("mnu_NetSet", [this] { m_net->openNetSetup(); });
     on("mnu_Redisp", [this] { m_tagScheduler->redisplay(); });
     on("mnuStop", [this] { togglePause(); });
     on("mnu_LeftTop", [this] { m_display->arrange(Corner::TopLeft); });
@@ -342,8 +354,10 @@ void TagMain::onTagDoubleClicked(int k)
 void TagMain::toggleLog()
 {
     const bool on = m_env.byte(Env::LogEnabled) == 0;
-    if (changeSetting([on](EnvRecord &e) { e.setByte(Env::LogEnabled, on ? 1 : 0); }))
+    if (changeSetting([on](EnvRecord &e) { e.setByte(Env::LogEnabled, on ? 1 : 0); })) {
         m_mail->log().setEnabled(on);
+        m_net->log().setEnabled(on);
+    }
 }
 
 void TagMain::onTagMenu(int k, int entry)
@@ -416,6 +430,10 @@ void TagMain::shutdown()
     // 3. Timers.
     m_scheduler.stop();
     m_clockWatcher.reset();
+    // 4. The others hear that we leave.
+    if (m_net)
+        m_net->logoutAndStop();
+    m_net.reset();
     // 7. The alarm that may still be playing.
     if (m_display)
         m_display->sound().stopMidi();

@@ -2,10 +2,12 @@
 
 #include "envrecord.h"
 #include "fileset.h"
+#include "localaddress.h"
 #include "schedulertimer.h"
 #include "tagplacement.h"
 #include "traymessages.h"
 
+#include <QHostAddress>
 #include <QObject>
 #include <QSystemTrayIcon>
 #include <functional>
@@ -17,6 +19,7 @@ class DesktopDisplay;
 class EditorHost;
 class MailDesk;
 class MainMenu;
+class NetDesk;
 class Prompt;
 class QMenu;
 class Scheduler;
@@ -65,6 +68,14 @@ public:
     bool isEditorOpen() const;
     EditorHost *editors() const { return m_editors.get(); }
     MailDesk *mail() const { return m_mail.get(); }
+    NetDesk *net() const { return m_net.get(); }
+    // Where this host's name and address come from; tests give a loopback one
+    // and bind the socket to it.
+    void setNetIdentity(std::function<LocalIdentity()> source, const QHostAddress &bind)
+    {
+        m_netIdentity = std::move(source);
+        m_netBind = bind;
+    }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -104,6 +115,9 @@ private:
     std::unique_ptr<Scheduler> m_tagScheduler;
     std::unique_ptr<MailDesk> m_mail;
     std::unique_ptr<EditorHost> m_editors;
+    std::unique_ptr<NetDesk> m_net;
+    std::function<LocalIdentity()> m_netIdentity = GetLocalAddress;
+    QHostAddress m_netBind{QHostAddress::AnyIPv4};
     TrayMessages m_trayMessages;
     QIcon m_icon;
     bool m_paused = false;

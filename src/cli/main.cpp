@@ -1,5 +1,6 @@
 #include "climain.h"
 #include "mailcommand.h"
+#include "netcommand.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -18,6 +19,13 @@ int main(int argc, char *argv[])
         // The mail commands talk to a server: they run on the event loop.
         Cli::MailCommand command(out, err);
         QObject::connect(&command, &Cli::MailCommand::finished, &app, &QCoreApplication::exit);
+        if (const auto status = command.start(args, QCoreApplication::applicationDirPath()))
+            return *status;
+        return app.exec();
+    }
+    if (Cli::NetCommand::handles(args)) {
+        Cli::NetCommand command(out, err);
+        QObject::connect(&command, &Cli::NetCommand::finished, &app, &QCoreApplication::exit);
         if (const auto status = command.start(args, QCoreApplication::applicationDirPath()))
             return *status;
         return app.exec();

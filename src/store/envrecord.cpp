@@ -108,7 +108,7 @@ constexpr std::array<FieldDef, Env::FieldCount> EnvFields{{
     {"", 1787, T::Pad, 1},
     {"GroupListLeft", 1788, T::Long},
     {"GroupListTop", 1792, T::Long},
-    {"Reserved1796", 1796, T::Text, 1},
+    {"NetAcceptOutside", 1796, T::Text, 1},
     {"ScreenCopyFolder", 1797, T::Text, 260},
 }};
 static_assert(EnvFields.back().end() == EnvRecord::Size);

@@ -24,7 +24,7 @@ enum Field {
     DefaultDisplayTime, MailConfigured, SmtpServer, Pad1690, SmtpPort, SmtpTimeStep, SmtpFrom,
     AddressListLeft, AddressListTop, SendMailLeft, SendMailTop, PortNo, Reserved1782,
     ScreenCopyFormat, ScreenCopyTarget, ScreenCopyHideSelf, Pad1787, GroupListLeft,
-    GroupListTop, Reserved1796, ScreenCopyFolder,
+    GroupListTop, NetAcceptOutside, ScreenCopyFolder,
     FieldCount
 };
 } // namespace Env

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QHostAddress>
+#include <QIODevice>
+#include <QObject>
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+class QUdpSocket;
+
+namespace Cli {
+
+// One datagram as net-listen prints it: source, code, label and the decoded
+// fields, or why it would be dropped.
+QString describeDatagram(quint32 from, const QByteArray &bytes);
+
+// pinboard-cli net-send [DIR] --to ADDR --type N [--text T] and
+// net-listen [DIR] [--seconds S]: probe a LAN from a shell. Both take --port P
+// (else the port stored in DIR) and --bind ADDR (else 0.0.0.0).
+class NetCommand : public QObject
+{
+    Q_OBJECT
+public:
+    NetCommand(QIODevice &out, QIODevice &err, QObject *parent = nullptr);
+    ~NetCommand() override;
+
+    static bool handles(const QStringList &args);
+    // An exit status when the command is over at once; nullopt while net-listen runs.
+    std::optional<int> start(const QStringList &args, const QString &defaultDir);
+
+Q_SIGNALS:
+    void finished(int status);
+
+private:
+    int failWith(const QString &text);
+    void print(const QString &line);
+    int send(const QString &to, const QString &type, const QString &text);
+    void readPending();
+
+    QIODevice &m_out;
+    QIODevice &m_err;
+    quint16 m_port = 0;
+    QString m_userName;
+    QHostAddress m_bind{QHostAddress::AnyIPv4};
+    std::unique_ptr<QUdpSocket> m_socket;
+};
+
+} // namespace Cli

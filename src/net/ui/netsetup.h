@@ -1,0 +1,37 @@
+#pragma once
+
+#include "localaddress.h"
+#include "netsetupinput.h"
+
+#include <QDialog>
+
+class Prompt;
+class QCheckBox;
+class QLineEdit;
+class TagStore;
+
+// NetSetup: port, participant name and the 16 broadcast targets. OK checks the
+// input in order, stores it in record 1 and reports settingsStored().
+class NetSetup : public QDialog
+{
+    Q_OBJECT
+public:
+    NetSetup(const TagStore &store, const LocalIdentity &local, Prompt &prompt,
+             QWidget *parent = nullptr);
+
+    NetSetupInput input() const;
+
+Q_SIGNALS:
+    void settingsStored();
+
+private:
+    void accept() override;
+
+    const TagStore &m_store;
+    LocalIdentity m_local;
+    Prompt &m_prompt;
+    QLineEdit *m_port;
+    QLineEdit *m_name;
+    std::array<std::array<QLineEdit *, 4>, TargetSlots> m_octets{};
+    std::array<QCheckBox *, TargetSlots> m_sequential{};
+};

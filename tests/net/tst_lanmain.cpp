@@ -1,0 +1,239 @@
+// The LAN inside the running program: start-up, the tray entries and exit. The
+// stored settings always name 127.0.0.255, and the host is a made-up one on
+// 127.0.0.1, so nothing leaves loopback.
+#include "clock.h"
+#include "commlog.h"
+#include "cp932.h"
+#include "fileset.h"
+#include "frmnetwork.h"
+#include "mainmenu.h"
+#include "netdesk.h"
+#include "netendpoint.h"
+#include "prompt.h"
+#include "tagmain.h"
+#include "tagstore.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeWidget>
+#include <QUdpSocket>
+
+namespace {
+const LocalIdentity Host{QStringLiteral("desk1"), 0x7F000001};
+
+template <typename T> T *topLevel(const char *name)
+{
+    for (QWidget *w : QApplication::topLevelWidgets()) {
+        if (w->objectName() == QLatin1String(name) && w->isVisible())
+            return qobject_cast<T *>(w);
+    }
+    return nullptr;
+}
+} // namespace
+
+class TestLanMain : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void unconfiguredRefusesTheLanEntries();
+    void changedHostKeepsTheNetworkDown();
+    void findsPeersListsThemAndLogsOutAtExit();
+    void savingSettingsRestartsWithoutLogout();
+    void adapterPages();
+
+private:
+    void writeSettings(const QString &host, bool log);
+    void trigger(TagMain &main, const char *entry);
+
+    QTemporaryDir m_dir;
+    ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0))};
+    ScriptedPrompt m_prompt;
+    quint16 m_port = 0;
+};
+
+void TestLanMain::init()
+{
+    QUdpSocket probe;
+    QVERIFY(probe.bind(QHostAddress(QStringLiteral("127.0.0.1")), 0));
+    m_port = probe.localPort();
+    m_prompt.shown.clear();
+    for (const QString &f : QDir(m_dir.path()).entryList(QDir::Files))
+        QFile::remove(m_dir.filePath(f));
+}
+
+void TestLanMain::writeSettings(const QString &host, bool log)
+{
+    const FileSet files = FileSet::forDirectory(m_dir.path());
+    QVERIFY(prepareFileSet(files).ok);
+    EnvRecord env;
+    env.setByte(Env::NetConfigured, 1);
+    env.setText(Env::NetHostName, host);
+    env.setText(Env::NetLocalIp, QStringLiteral("127.0.0.1"));
+    env.setText(Env::UserName, QStringLiteral("山田"));
+    env.setPortNo(m_port);
+    env.setBroadcastAddress(0, 0x7F0000FF);
+    env.setSequential(0, true);
+    env.setByte(Env::LogEnabled, log ? 1 : 0);
+    QVERIFY(TagStore(files.dt1).writeEnv(env));
+}
+
+void TestLanMain::trigger(TagMain &main, const char *entry)
+{
+    QAction *a = main.mainMenu()->action(QString::fromLatin1(entry));
+    QVERIFY(a->isEnabled());
+    a->trigger();
+}
+
+void TestLanMain::unconfiguredRefusesTheLanEntries()
+{
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QVERIFY(!main.net()->endpoint().isStarted());
+    trigger(main, "mnu_Group");
+    trigger(main, "mnu_Retry_Net");
+    QCOMPARE(m_prompt.shown, QStringList(2, NetDesk::notConfiguredText()));
+    QVERIFY(!main.net()->endpoint().isStarted());
+}
+
+void TestLanMain::changedHostKeepsTheNetworkDown()
+{
+    writeSettings(QStringLiteral("old-desk"), false);
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QCOMPARE(m_prompt.shown,
+             QStringList(QStringLiteral(
+                 "ネットワークの設定が変更された為、ネットワークの設定を今回は確立しません。")));
+    QVERIFY(!main.net()->endpoint().isStarted());
+    trigger(main, "mnu_Group");
+    QCOMPARE(m_prompt.shown.last(), NetDesk::notConfiguredText());
+    // The stored settings stay as they were.
+    QCOMPARE(main.env().text(Env::NetHostName), QStringLiteral("old-desk"));
+}
+
+void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
+{
+    writeSettings(Host.hostName, true);
+    CommLog peerLog({}, m_clock);
+    ScriptedPrompt peerPrompt;
+    NetEndpoint peer(peerLog, m_clock, peerPrompt);
+    NetConfig c;
+    c.port = m_port;
+    c.userName = QStringLiteral("bob");
+    c.localIp = 0x7F000002;
+    c.targets[0] = {0x7F0000FF, true};
+    c.bindAddress = QHostAddress(c.localIp);
+    {
+        TagMain main(m_dir.path(), m_prompt, m_clock);
+        main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+        QVERIFY(main.start());
+        QVERIFY(m_prompt.shown.isEmpty());
+        QVERIFY(main.net()->endpoint().isStarted());
+        QVERIFY(peer.StartNetwork(c));
+        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+        QTRY_COMPARE(peer.participants().listed().size(), 1);
+        QCOMPARE(peer.participants().at(1).name, QStringLiteral("山田"));
+        trigger(main, "mnu_Group");
+        auto *list = topLevel<QDialog>("GroupList");
+        QVERIFY(list);
+        auto *rows = list->findChild<QTreeWidget *>();
+        QCOMPARE(rows->topLevelItemCount(), 1);
+        QCOMPARE(rows->topLevelItem(0)->text(0), QStringLiteral("bob"));
+        QCOMPARE(rows->topLevelItem(0)->text(1), QStringLiteral("127.0.0.2"));
+        // bob leaves and the open list follows.
+        peer.logoutAndStop();
+        QTRY_COMPARE(rows->topLevelItemCount(), 0);
+        QVERIFY(peer.StartNetwork(c));
+        QTRY_COMPARE(rows->topLevelItemCount(), 1);
+        QTRY_COMPARE(peer.participants().listed().size(), 1);
+        // The log switch reaches the LAN log too.
+        trigger(main, "mnu_LogStart");
+        QVERIFY(!main.net()->log().isEnabled());
+        trigger(main, "mnu_LogStart");
+        QVERIFY(main.net()->log().isEnabled());
+    }
+    // Exit: bob hears the logout.
+    QTRY_COMPARE(peer.participants().listed().size(), 0);
+    QFile log(m_dir.filePath(QStringLiteral("Pinboard.log")));
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    const QStringList lines =
+        Cp932::decode(log.readAll()).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    QCOMPARE(lines.mid(lines.size() - 2),
+             QStringList({QStringLiteral("2024/05/01 10:00:00 127.0.0.1      ～127.0.0.254     "
+                                         "Send-[User Logout(End Prg)] "),
+                          QStringLiteral("2024/05/01 10:00:00 Send Status:1")}));
+    QVERIFY(lines.contains(
+        QStringLiteral("2024/05/01 10:00:00 127.0.0.2       Recv-[User Logout(End Prg)] :")));
+}
+
+void TestLanMain::savingSettingsRestartsWithoutLogout()
+{
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    CommLog peerLog({}, m_clock);
+    ScriptedPrompt peerPrompt;
+    NetEndpoint peer(peerLog, m_clock, peerPrompt);
+    NetConfig c;
+    c.port = m_port;
+    c.userName = QStringLiteral("bob");
+    c.localIp = 0x7F000002;
+    c.targets[0] = {0x7F0000FF, true};
+    c.bindAddress = QHostAddress(c.localIp);
+    QVERIFY(peer.StartNetwork(c));
+
+    trigger(main, "mnu_NetSet");
+    auto *setup = topLevel<QDialog>("NetSetup");
+    QVERIFY(setup);
+    auto edit = [&](const QString &name) { return setup->findChild<QLineEdit *>(name); };
+    // Opened on a fresh record: the default port and this host's network.
+    QCOMPARE(edit(QStringLiteral("txt_PortNo"))->text(), QStringLiteral("12222"));
+    QCOMPARE(edit(QStringLiteral("txt_IP1_0"))->text() + edit(QStringLiteral("txt_IP4_0"))->text(),
+             QStringLiteral("127255"));
+    edit(QStringLiteral("txt_PortNo"))->setText(QString::number(m_port));
+    edit(QStringLiteral("txt_UserName"))->setText(QStringLiteral("alice"));
+    setup->findChild<QCheckBox *>(QStringLiteral("chk_SeqSend_0"))->setChecked(true);
+    setup->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
+    QVERIFY(m_prompt.shown.isEmpty());
+    QTRY_VERIFY(main.net()->endpoint().isStarted());
+    QTRY_COMPARE(peer.participants().listed().size(), 1);
+    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+    QCOMPARE(main.store().readEnv()->byte(Env::NetConfigured), 1);
+    // Searching again restarts without a logout: bob keeps one live entry.
+    trigger(main, "mnu_Retry_Net");
+    QVERIFY(!main.net()->endpoint().isStarted());
+    QTRY_VERIFY(main.net()->endpoint().isStarted());
+    QTest::qWait(200);
+    QCOMPARE(peer.participants().last(), 1);
+    QCOMPARE(peer.participants().listed().size(), 1);
+}
+
+void TestLanMain::adapterPages()
+{
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    trigger(main, "mnu_ShowNetWork");
+    auto *info = topLevel<FrmNetwork>("frmNetwork");
+    QVERIFY(info);
+    QVERIFY(info->pages() >= 1); // loopback at least
+    const int pages = info->pages();
+    for (int i = 0; i < pages + 2; ++i)
+        info->findChild<QPushButton *>(QStringLiteral("cmd_Next"))->click();
+    QCOMPARE(info->page(), pages - 1);
+    info->findChild<QPushButton *>(QStringLiteral("cmd_Back"))->click();
+    QCOMPARE(info->page(), std::max(0, pages - 2));
+    const QString lo = adapterText(QNetworkInterface::interfaceFromName(QStringLiteral("lo")));
+    QVERIFY(lo.contains(QStringLiteral("IPアドレス: 127.0.0.1")));
+    QVERIFY(lo.contains(QStringLiteral("サブネットマスク: 255.0.0.0")));
+}
+
+QTEST_MAIN(TestLanMain)
+#include "tst_lanmain.moc"

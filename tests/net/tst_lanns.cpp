@@ -1,0 +1,158 @@
+// Three Pinboard processes, one per network namespace on a private bridge
+// (10.77.0.1-3, broadcast 10.77.0.255), and pinboard-cli net-listen in a
+// fourth: they find each other by a real broadcast and hear each other leave.
+// Needs root, ip(8), the namespace script and an X display; otherwise it exits
+// 77 (skipped) and says why.
+#include "envrecord.h"
+#include "fileset.h"
+#include "tagstore.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QHostInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <unistd.h>
+
+namespace {
+const QString Script = QStringLiteral(LAN_NS_SCRIPT);
+constexpr int Hosts = 3;
+
+bool run(const QString &program, const QStringList &args)
+{
+    QProcess p;
+    p.setProcessChannelMode(QProcess::ForwardedChannels);
+    p.start(program, args);
+    return p.waitForFinished(30000) && p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
+}
+
+QString skipReason()
+{
+    if (::geteuid() != 0)
+        return QStringLiteral("not root: network namespaces need CAP_NET_ADMIN");
+    if (QStandardPaths::findExecutable(QStringLiteral("ip"),
+                                       {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")})
+            .isEmpty())
+        return QStringLiteral("ip(8) is not installed");
+    if (!QFile::exists(Script))
+        return Script + QStringLiteral(" is missing");
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        return QStringLiteral("no X display (scripts/test runs the tests under xvfb-run)");
+    run(Script, {QStringLiteral("down"), QStringLiteral("4")});
+    if (!run(Script, {QStringLiteral("up"), QStringLiteral("4")}))
+        return QStringLiteral("the namespaces could not be made");
+    return {};
+}
+
+QString logOf(const QString &dir)
+{
+    QFile f(dir + QStringLiteral("/Pinboard.log"));
+    return f.open(QIODevice::ReadOnly) ? QString::fromLatin1(f.readAll()) : QString();
+}
+
+QString recv(int host, const char *label)
+{
+    return QStringLiteral("10.77.0.%1").arg(host).leftJustified(15, u' ') +
+           QStringLiteral(" Recv-") + QLatin1String(label);
+}
+} // namespace
+
+class TestLanNamespaces : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void cleanupTestCase() { run(Script, {QStringLiteral("down"), QStringLiteral("4")}); }
+    void findEachOtherAndLeave();
+};
+
+void TestLanNamespaces::findEachOtherAndLeave()
+{
+    QTemporaryDir root;
+    QString dirs[Hosts];
+    for (int i = 0; i < Hosts; ++i) {
+        dirs[i] = root.filePath(QStringLiteral("pb%1").arg(i + 1));
+        QVERIFY(QDir().mkpath(dirs[i]));
+        QVERIFY(QFile::copy(QStringLiteral(PINBOARD_APP), dirs[i] + QStringLiteral("/pinboard")));
+        const FileSet files = FileSet::forDirectory(dirs[i]);
+        QVERIFY(prepareFileSet(files).ok);
+        EnvRecord env;
+        env.setByte(Env::NetConfigured, 1);
+        env.setText(Env::NetHostName, QHostInfo::localHostName());
+        env.setText(Env::NetLocalIp, QStringLiteral("10.77.0.%1").arg(i + 1));
+        env.setText(Env::UserName, QStringLiteral("pb%1").arg(i + 1));
+        env.setPortNo(12222);
+        env.setBroadcastAddress(0, 0x0A4D00FF);
+        env.setByte(Env::LogEnabled, 1);
+        QVERIFY(TagStore(files.dt1).writeEnv(env));
+    }
+    QProcess listen;
+    listen.start(QStringLiteral("ip"),
+                 {QStringLiteral("netns"), QStringLiteral("exec"), QStringLiteral("pb4"),
+                  QStringLiteral(PINBOARD_CLI), QStringLiteral("net-listen"), root.path(),
+                  QStringLiteral("--port"), QStringLiteral("12222"), QStringLiteral("--seconds"),
+                  QStringLiteral("60")});
+    QVERIFY(listen.waitForReadyRead(10000));
+
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    QProcess apps[Hosts];
+    for (int i = 0; i < Hosts; ++i) {
+        apps[i].setProcessEnvironment(env);
+        apps[i].setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        apps[i].start(QStringLiteral("ip"),
+                      {QStringLiteral("netns"), QStringLiteral("exec"),
+                       QStringLiteral("pb%1").arg(i + 1), dirs[i] + QStringLiteral("/pinboard")});
+        QVERIFY(apps[i].waitForStarted());
+    }
+    // Each hears the other two: a request or an answer from each.
+    for (int i = 0; i < Hosts; ++i) {
+        for (int j = 0; j < Hosts; ++j) {
+            if (i == j)
+                continue;
+            QTRY_VERIFY_WITH_TIMEOUT(
+                logOf(dirs[i]).contains(recv(j + 1, "[Pinboard Start Req  ] :pb")) ||
+                    logOf(dirs[i]).contains(recv(j + 1, "[Start Request Answer] :pb")),
+                10000);
+        }
+    }
+    // pb2 leaves; the others log its logout.
+    apps[1].terminate();
+    QVERIFY(apps[1].waitForFinished(10000));
+    QCOMPARE(apps[1].exitCode(), 0);
+    for (int i : {0, 2})
+        QTRY_VERIFY_WITH_TIMEOUT(logOf(dirs[i]).contains(recv(2, "[User Logout(End Prg)] :")),
+                                 5000);
+    QVERIFY(
+        logOf(dirs[1]).contains(QStringLiteral("10.77.0.255     Send-[User Logout(End Prg)] ")));
+    for (int i : {0, 2}) {
+        apps[i].terminate();
+        QVERIFY(apps[i].waitForFinished(10000));
+    }
+    QTest::qWait(300);
+    listen.terminate();
+    listen.waitForFinished(5000);
+    const QString heard = QString::fromUtf8(listen.readAllStandardOutput());
+    for (int i = 1; i <= Hosts; ++i) {
+        const QString from = QStringLiteral("10.77.0.%1").arg(i).leftJustified(15, u' ');
+        QVERIFY2(heard.contains(from + QStringLiteral(" 0xff [Pinboard Start Req  ]")),
+                 qPrintable(heard));
+        QVERIFY2(heard.contains(from + QStringLiteral(" 0x01 [User Logout(End Prg)] 1 bytes")),
+                 qPrintable(heard));
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    const QString why = skipReason();
+    if (!why.isEmpty()) {
+        printf("SKIP: lanns: %s\n", qPrintable(why));
+        return 77;
+    }
+    TestLanNamespaces test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_lanns.moc"
