@@ -73,6 +73,7 @@ private Q_SLOTS:
     void handlersGetTheirDatagrams();
     void logOffOpensNoFile();
     void bindFailureIsReported();
+    void sendQueueIsBounded();
 
 private:
     NetConfig config(int host, const QString &name) const;
@@ -395,6 +396,23 @@ void TestNetEndpoint::bindFailureIsReported()
              QStringList(QStringLiteral(
                  "ネットワークのスタートに失敗しました。ネットワークの再設定を行って下さい。")));
     QVERIFY(!m_peers[0]->ep.isStarted());
+}
+
+void TestNetEndpoint::sendQueueIsBounded()
+{
+    m_peers[0]->log.setEnabled(true);
+    QVERIFY(m_peers[0]->ep.StartNetwork(config(1, QStringLiteral("alice"))));
+    // The start sweep is one job; fill the rest without letting the loop run.
+    for (int i = 0; i < NetEndpoint::MaxQueued + 9; ++i)
+        m_peers[0]->ep.SendDatagram(Lo(4),
+                                    Net::nameOnly(Net::PrivateChatOk, QStringLiteral("alice")),
+                                    Net::label(Net::PrivateChatOk));
+    QCOMPARE(m_peers[0]->ep.queuedDatagrams(), 254 + NetEndpoint::MaxQueued - 1);
+    QFile f(m_peers[0]->log.path());
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll().count(" Send Status:-1\r\n"), 10);
+    f.close();
+    QTRY_COMPARE(m_peers[0]->ep.queuedDatagrams(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestNetEndpoint)
