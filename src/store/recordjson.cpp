@@ -39,6 +39,9 @@ bool elementFromJson(const QJsonValue &v, FixedRecord &r, int field, int index, 
             r.setDate(field, dt);
             return true;
         }
+        // A NUL ends the text when the field is read back.
+        if (s.contains(QChar(0)))
+            return fail(QStringLiteral("a text field cannot hold a NUL character"));
         if (!Cp932::canEncode(s))
             return fail(QStringLiteral("\"%1\" has a character that CP932 cannot hold").arg(s));
         const qsizetype bytes = Cp932::byteLength(s);

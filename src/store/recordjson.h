@@ -10,5 +10,6 @@ QJsonObject recordToJson(const FixedRecord &record);
 
 // Sets the fields named in object; members left out keep their value. False,
 // with the reason, for an unknown member, a wrong type, a number out of its
-// type's range, a text longer than its field in CP932 or a date not of the form.
+// type's range, a text longer than its field in CP932 or holding a NUL, or a date
+// not of the form.
 bool recordFromJson(const QJsonObject &object, FixedRecord &record, QString *error);

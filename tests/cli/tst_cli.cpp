@@ -242,6 +242,9 @@ void TestCli::badInput_data()
     row("load: text too long", load, true, one,
         R"({"env": {"UserName": ")" + QString(17, u'あ').toUtf8() + R"("}})", "the field holds 32");
     row("load: text not CP932", load, true, one, R"({"env": {"UserName": "a\n😀"}})", "CP932");
+    // A NUL ends a text field when read, so the file would not dump back the same.
+    row("load: NUL in a text", load, true, one, tagJson(R"({"record": 2, "TagNumber": "0\u0000"})"),
+        "NUL");
     row("load: impossible date", load, true, one,
         tagJson(R"({"record": 2, "DisplayDateTime": "2024/02/30 00:00:00"})"), "not a date");
     row("load: message too long", load, true, one,
