@@ -1,8 +1,8 @@
 // Pinboard.dt4 from untrusted bytes. The first byte picks a tag (0-3), the rest
 // is the file. No crash; what is read for the tag and written back reads the
 // same, unless a value has blanks or quotes at its ends (the reader drops
-// those, as the profile functions do); other tags' settings never change; a
-// removed section is gone.
+// those, as the profile functions do); new values read back as written; other
+// tags' settings never change; a removed section is gone.
 #include "fuzzcheck.h"
 
 #include "cp932.h"
@@ -63,6 +63,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (settles(mine))
             FUZZ_CHECK(file.read(k) == mine);
     }
+    for (int t = 0; t < Tags; ++t) {
+        if (t != k)
+            FUZZ_CHECK(file.read(t) == before[t]);
+    }
+
+    // New values, so keys missing from the file get added.
+    const TagMailSettings fresh{QStringLiteral("件名 %1").arg(k),
+                                {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")},
+                                {},
+                                {QStringLiteral("c@example.com")}};
+    FUZZ_CHECK(file.write(k, fresh));
+    FUZZ_CHECK(file.read(k) == fresh);
     for (int t = 0; t < Tags; ++t) {
         if (t != k)
             FUZZ_CHECK(file.read(t) == before[t]);
