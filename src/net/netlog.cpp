@@ -1,6 +1,7 @@
 #include "netlog.h"
 
 #include "commlog.h"
+#include "envrecord.h"
 
 namespace NetLog {
 
@@ -29,18 +30,7 @@ QString AddrToText(quint32 address)
 
 quint32 TextToAddr(const QString &text)
 {
-    const QStringList parts = text.trimmed().split(u'.');
-    if (parts.size() != 4)
-        return 0;
-    quint32 address = 0;
-    for (const QString &part : parts) {
-        bool ok = false;
-        const uint octet = part.toUInt(&ok);
-        if (!ok || octet > 255)
-            return 0;
-        address = (address << 8) | octet;
-    }
-    return address;
+    return parseDottedAddress(text.trimmed());
 }
 
 QString sweepColumn(quint32 first, quint32 last)

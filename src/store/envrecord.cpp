@@ -166,7 +166,12 @@ QString EnvRecord::problem() const
 
 quint32 EnvRecord::broadcastAddress(int slot) const
 {
-    const QStringList parts = text(Env::BroadcastAddress, slot).split(u'.');
+    return parseDottedAddress(text(Env::BroadcastAddress, slot));
+}
+
+quint32 parseDottedAddress(const QString &text)
+{
+    const QStringList parts = text.split(u'.');
     if (parts.size() != 4)
         return 0;
     quint32 address = 0;

@@ -65,6 +65,9 @@ public:
     bool hotkeyEnabled(int n) const { return text(Env::HotkeyEnabled, n - 1) == u"1"; }
 };
 
+// "a.b.c.d" as 4 bytes, big-end first; 0 when the text is not such an address.
+quint32 parseDottedAddress(const QString &text);
+
 // The running program's version as a VersionCode: "00" each for major, minor, revision.
 QString programVersionCode();
 // The oldest VersionCode that needs no conversion.
