@@ -70,14 +70,6 @@ void TestMonthLayout::text_data()
         u" 15  16  17  18  19  20  21"_s,
         u" 22  23  24  25  26  27  28"_s,
         u" 29  30  31"_s};
-    QTest::newRow("Wednesday start") << 2024 << 5 << QStringList{
-        u"         2024年5月"_s,
-        u"Sun Mon Tue Wed Thu Fri Sat"_s,
-        u"              1   2   3   4"_s,
-        u"  5   6   7   8   9  10  11"_s,
-        u" 12  13  14  15  16  17  18"_s,
-        u" 19  20  21  22  23  24  25"_s,
-        u" 26  27  28  29  30  31"_s};
     // clang-format on
 }
 

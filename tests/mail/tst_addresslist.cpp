@@ -150,7 +150,6 @@ void TestAddressList::registers()
 
 void TestAddressList::selectingLoadsAndUpdates()
 {
-    QCOMPARE(people()->headerItem()->text(0), QStringLiteral("名　前"));
     people()->setCurrentItem(people()->topLevelItem(1));
     QCOMPARE(child<QLineEdit>(m_window.get(), "txt_Name")->text(), QStringLiteral("ｽｽﾞｷ"));
     QCOMPARE(child<QComboBox>(m_window.get(), "cmb_Group3")->currentText(), QStringLiteral("総務"));
@@ -222,7 +221,6 @@ void TestAddressList::deletesGroupFromGroupView()
 
     child<QAction>(m_window.get(), "mnu_GroupList")->trigger();
     QCOMPARE(child<QStackedWidget>(m_window.get(), "stk_Lists")->currentWidget(), groups);
-    QCOMPARE(groups->headerItem()->text(0), QStringLiteral("ｸﾞﾙｰﾌﾟ名"));
     QCOMPARE(groups->topLevelItem(0)->text(1), QStringLiteral("山田太郎、ｽｽﾞｷ"));
     groups->setCurrentItem(groups->topLevelItem(0));
     m_prompt.shown.clear();
@@ -303,7 +301,6 @@ void TestAddressList::sendMail()
         {},
         {}};
     SendMail dialog(m_book, current);
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("E-Mail送信先"));
     QCOMPARE(dialog.settings(), current);
     QCOMPARE(child<QListWidget>(&dialog, "lst_To")->item(0)->text(),
              QStringLiteral("山田太郎 <yamada@example.jp>"));

@@ -9,8 +9,6 @@
 #include "tagmail.h"
 #include "tagstore.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -80,7 +78,8 @@ void TestTagMail::deliversTheTagAsWritten()
     QVERIFY(k > 0);
     QVERIFY(MailSettingsFile(m_files.dt4)
                 .write(k, {QStringLiteral("議事録"),
-                           {QStringLiteral("a@example.com"), QString(), QStringLiteral("b@example.com")},
+                           {QStringLiteral("a@example.com"), QString(),
+                            QStringLiteral("b@example.com")},
                            {QStringLiteral("c@example.com")},
                            {}}));
 
@@ -100,46 +99,38 @@ void TestTagMail::deliversTheTagAsWritten()
                                            QStringLiteral("RCPT TO:<c@example.com>"),
                                            QStringLiteral("DATA"), QStringLiteral("QUIT")}));
 
-    // What arrived is exactly the composition of the stored tag.
+    // What arrived is exactly the composition of the stored tag (the composition
+    // itself, read back by a mail parser, is tst_mailcompose's business).
     const auto content = mailer.contentOf(k);
     QVERIFY(content);
     QCOMPARE(content->attachmentPath, path);
+    QCOMPARE(content->subject, QStringLiteral("議事録"));
+    QCOMPARE(content->body, QStringLiteral("会議は３時から\r\n.\r\n資料を持参"));
     const auto composed = ComposeTagMail(*content, m_clock.now());
     QVERIFY(composed);
     const QByteArray data = m_server->message(1);
     QCOMPARE(data, composed->header + composed->body);
-
-    // And a mail reader gets the Japanese text and the file back.
-    const QString dataPath = m_dir->filePath(QStringLiteral("data.eml"));
-    QFile d(dataPath);
-    QVERIFY(d.open(QIODevice::WriteOnly));
-    d.write(data.chopped(3)); // without the final ".\r\n"
-    d.close();
-    QProcess parser;
-    parser.start(QStandardPaths::findExecutable(QStringLiteral("python3")),
-                 {QStringLiteral(PARSEMAIL_PY), dataPath});
-    QVERIFY(parser.waitForFinished(15000));
-    const QJsonObject read = QJsonDocument::fromJson(parser.readAllStandardOutput()).object();
-    QCOMPARE(read.value(QStringLiteral("subject")).toString(), QStringLiteral("議事録"));
-    QCOMPARE(read.value(QStringLiteral("text")).toString(),
-             QStringLiteral("会議は３時から\r\n.\r\n資料を持参\r\n"));
-    QCOMPARE(read.value(QStringLiteral("fileName")).toString(), QStringLiteral("memo.txt"));
-    // The program's base64 carries one zero byte after the file.
-    QCOMPARE(read.value(QStringLiteral("attachment")).toString().toLatin1(),
-             (file + QByteArray(1, '\0')).toHex());
 }
 
 void TestTagMail::refusedBeforeAnySession_data()
 {
     QTest::addColumn<TagMailSettings>("recipients");
     QTest::addColumn<QString>("message");
-    const QString failed = QStringLiteral("E-Mailの送信に失敗しました。(メール送信に失敗しました。　");
-    const QString advice = QStringLiteral(") 詳細はログファイルを記録する設定にして参照して下さい。");
+    const QString failed =
+        QStringLiteral("E-Mailの送信に失敗しました。(メール送信に失敗しました。　");
+    const QString advice =
+        QStringLiteral(") 詳細はログファイルを記録する設定にして参照して下さい。");
     QTest::newRow("no section") << TagMailSettings{} << TagMailer::noAddressText();
-    QTest::newRow("only cc") << TagMailSettings{QStringLiteral("件名"), {QString()}, {QStringLiteral("c@example.com")}, {}}
+    QTest::newRow("only cc") << TagMailSettings{QStringLiteral("件名"),
+                                                {QString()},
+                                                {QStringLiteral("c@example.com")},
+                                                {}}
                              << TagMailer::noAddressText();
     QTest::newRow("header injection in the subject")
-        << TagMailSettings{QStringLiteral("件名\r\nBcc: x@example.com"), {QStringLiteral("a@example.com")}, {}, {}}
+        << TagMailSettings{QStringLiteral("件名\r\nBcc: x@example.com"),
+                           {QStringLiteral("a@example.com")},
+                           {},
+                           {}}
         << failed + QStringLiteral("件名に改行が含まれています。") + advice;
 }
 
