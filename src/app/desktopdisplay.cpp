@@ -1,5 +1,6 @@
 #include "desktopdisplay.h"
 
+#include "dialoglift.h"
 #include "fileopener.h"
 #include "prompt.h"
 #include "tagstore.h"
@@ -69,6 +70,7 @@ void DesktopDisplay::showTag(int k, const TagRecord &tag)
         w->setWindowFlag(Qt::WindowStaysOnTopHint, lifted);
     w->show();
     w->raise();
+    DialogLift::raiseAboveTags();
 }
 
 void DesktopDisplay::takeDown(int k)
@@ -131,6 +133,7 @@ void DesktopDisplay::raiseAll()
             continue;
         w->raise();
     }
+    DialogLift::raiseAboveTags();
 }
 
 void DesktopDisplay::PlayArrivalSound()

@@ -3,6 +3,7 @@
 #include "clock.h"
 #include "clockchangewatcher.h"
 #include "desktopdisplay.h"
+#include "dialoglift.h"
 #include "editorhost.h"
 #include "maildesk.h"
 #include "mainmenu.h"
@@ -140,6 +141,7 @@ bool TagMain::start()
 
     // 15-16. The stored tags: due ones go up, files due are opened, mail due is
     // sent, and the timer waits for the nearest change.
+    m_dialogLift = std::make_unique<DialogLift>();
     m_display = std::make_unique<DesktopDisplay>(*m_store, m_env, m_prompt);
     m_display->setTray(m_tray.get(), m_icon);
     connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
@@ -418,6 +420,7 @@ void TagMain::shutdown()
     m_editors.reset();
     m_tagScheduler.reset();
     m_display.reset();
+    m_dialogLift.reset();
     m_mail.reset();
     m_mainMenu.reset();
     m_tagMenu.reset();

@@ -103,8 +103,8 @@ TagWindow::TagWindow(int k, const TagRecord &tag, const EnvRecord &env, QWidget 
         m_swapped = !m_swapped;
         applyColors();
     });
-    // A window manager moving the window sends no release; the move is over once
-    // the window has stood still for a moment.
+    // A window manager moving the window sends no release, and it or anything else
+    // may move the window later still: a move is over once it has stood still a moment.
     m_moveSettle->setSingleShot(true);
     m_moveSettle->setInterval(MoveSettleMs);
     connect(m_moveSettle, &QTimer::timeout, this, &TagWindow::finishMove);
@@ -164,6 +164,7 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
         size.setHeight(height);
     const QRect wanted(QPoint(int(tag.longValue(Tag::PosX)), int(tag.longValue(Tag::PosY))), size);
     setGeometry(placeTag(wanted, workAreas(), env.autoPosition()));
+    m_placed = pos();
     layoutLabels();
     update();
 }
@@ -356,18 +357,20 @@ void TagWindow::handleRelease(QMouseEvent *event)
 
 void TagWindow::finishMove()
 {
-    if (m_drag == Drag::None)
-        return;
     m_drag = Drag::None;
     m_moveSettle->stop();
-    if (pos() != m_dragStartPos)
-        Q_EMIT moved(m_k, pos());
+    if (pos() == m_placed)
+        return;
+    m_placed = pos();
+    Q_EMIT moved(m_k, pos());
 }
 
 void TagWindow::moveEvent(QMoveEvent *event)
 {
     QWidget::moveEvent(event);
-    if (m_drag == Drag::System)
+    // Moves the window system reports (its own drag, one after ours ended, another
+    // program's) end where the window comes to rest; ours are stored as they end.
+    if (event->spontaneous() && isVisible() && m_drag != Drag::Manual)
         m_moveSettle->start();
 }
 
