@@ -4,6 +4,7 @@
 #include "soundplayer.h"
 #include "tagentry.h"
 #include "tagstore.h"
+#include "tagwindow.h"
 #include "textcalendar.h"
 
 #include <QAction>
@@ -36,6 +37,8 @@ private Q_SLOTS:
     void closeWithChanges_data();
     void closeWithChanges();
     void mailSwitch();
+    void tagGrowsWithItsText();
+    void newTagsCascade();
     void insertMenus();
 
 private:
@@ -191,6 +194,49 @@ void TestTagEntry::editExisting()
     QCOMPARE(tag->tagNumber(), u"00001"_s);
     QCOMPARE(tag->text(Tag::SenderName), u"総務"_s);
     QCOMPARE(tag->longValue(Tag::Width), 240);
+}
+
+void TestTagEntry::tagGrowsWithItsText()
+{
+    TagRecord t;
+    t.setMessage(u"アラーム：お"_s);
+    t.setLong(Tag::Width, 120);
+    t.setLong(Tag::Height, 24);
+    QCOMPARE(m_store->addTag(t).value_or(0), 1);
+    const auto shows = [](const TagRecord &tag) {
+        TagWindow w(1, tag, EnvRecord());
+        w.show();
+        const QLabel *l = w.label();
+        return l->height() >= l->heightForWidth(l->width());
+    };
+    // Only the time changes: the size stays as the user left it.
+    QVERIFY(m_entry->openTag(1));
+    pick("cmb_HH", 9);
+    click("Command1");
+    QCOMPARE(m_store->readTag(1)->longValue(Tag::Height), 24);
+
+    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    QVERIFY(m_entry->openTag(1));
+    get<QPlainTextEdit>("txt_Message")->setPlainText(
+        u"アラーム：お客様へ見積書を送る\n午後の会議\n資料は3部\n会議室B"_s);
+    click("Command1");
+    const auto tag = m_store->readTag(1);
+    QVERIFY(shows(*tag));
+    QVERIFY(tag->longValue(Tag::Width) > 120);
+}
+
+void TestTagEntry::newTagsCascade()
+{
+    QList<QPoint> places;
+    for (int i = 0; i < 3; ++i) {
+        m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+        m_entry->openNew();
+        get<QPlainTextEdit>("txt_Message")->setPlainText(u"メモ"_s);
+        click("Command1");
+        const auto tag = m_store->readTag(i + 1);
+        places << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
+    }
+    QCOMPARE(places, (QList<QPoint>{{100, 100}, {124, 124}, {148, 148}}));
 }
 
 void TestTagEntry::trash_data()

@@ -6,6 +6,7 @@
 #include "prompt.h"
 #include "soundplayer.h"
 #include "tagactions.h"
+#include "tagplacement.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "textcalendar.h"
@@ -377,8 +378,18 @@ void TagEntry::openNew()
     TagRecord base = TagActions::withDefaults(TagRecord(), settings);
     base.setLong(Tag::Width, settings.integer(Env::DefaultWidth));
     base.setLong(Tag::Height, settings.integer(Env::DefaultHeight));
-    base.setLong(Tag::PosX, settings.integer(Env::DefaultX));
-    base.setLong(Tag::PosY, settings.integer(Env::DefaultY));
+    // A new tag goes where it covers none of the others.
+    QList<QPoint> taken;
+    for (int k = 1, count = m_store.tagCount(); k <= count; ++k) {
+        const auto tag = m_store.readTag(k);
+        if (tag && tag->stateMark() == QLatin1String(TagRecord::Live))
+            taken << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
+    }
+    const QSize size(settings.integer(Env::DefaultWidth), settings.integer(Env::DefaultHeight));
+    const QPoint at = cascadeTag(QPoint(settings.integer(Env::DefaultX), settings.integer(Env::DefaultY)),
+                                 size, taken, TagWindow::workAreas().value(0));
+    base.setLong(Tag::PosX, at.x());
+    base.setLong(Tag::PosY, at.y());
     TagEntryInput in = fromRecord(base);
     in.date = TagEntryText::formatDate(m_clock.now().date());
     const int kind = settings.text(Env::DefaultScheduleKind).toInt();
@@ -603,7 +614,12 @@ void TagEntry::storeTag()
         if (const auto stored = m_store.readTag(m_k))
             record = *stored;
     }
+    const TagRecord before = record;
     applyTo(in, record);
+    // More text or a bigger font must not leave the tag showing only its first words.
+    if (record.message() != before.message()
+        || TagWindow::fontOf(record) != TagWindow::fontOf(before))
+        record = TagActions::grownToText(record, env());
     QString error;
     int k = m_k;
     if (k == 0) {

@@ -208,11 +208,13 @@ QSize TagWindow::fittedSize() const
 {
     const QString t = m_label->text().isEmpty() ? QStringLiteral(" ") : m_label->text();
     const QFontMetrics fm(m_label->font());
-    // The widest line as it stands, then wrapped only where it is too wide.
+    // The widest line as it stands, then wrapped only where it is too wide. A character's
+    // width to spare: the label lays text out with its own rounding and would otherwise
+    // wrap the longest line.
     const int natural = fm.boundingRect(QRect(0, 0, QWIDGETSIZE_MAX / 2, QWIDGETSIZE_MAX / 2),
                                         Qt::TextExpandTabs, t)
                             .width() +
-                        2;
+                        fm.averageCharWidth();
     int textWidth = std::min(natural, maxTextWidth());
     if (!m_note->isHidden())
         textWidth = std::max(textWidth, std::min(m_note->sizeHint().width(), maxTextWidth()));
