@@ -80,8 +80,10 @@ void TestTagMail::deliversTheTagAsWritten()
     QVERIFY(k > 0);
     QVERIFY(MailSettingsFile(m_files.dt4)
                 .write(k, {QStringLiteral("議事録"),
-                           {QStringLiteral("a@example.com"), QString(), QStringLiteral("b@example.com")},
-                           {QStringLiteral("c@example.com")},
+                           {QStringLiteral("a@example.com"), QString(),
+                            QStringLiteral(" b@example.com ")},
+                           {QStringLiteral("c@example.com"), QStringLiteral("  "),
+                            QStringLiteral("A@example.com")},
                            {}}));
 
     CommLog log(m_files.log, m_clock);
@@ -108,6 +110,13 @@ void TestTagMail::deliversTheTagAsWritten()
     QVERIFY(composed);
     const QByteArray data = m_server->message(1);
     QCOMPARE(data, composed->header + composed->body);
+    // The header names whom the envelope sent to, trimmed and once each.
+    QByteArrayList named;
+    for (const QByteArray &line : composed->header.split('\n'))
+        if (line.startsWith("To:") || line.startsWith("cc:") || line.startsWith("bcc:"))
+            named << line.trimmed();
+    QCOMPARE(named,
+             (QByteArrayList{"To: <a@example.com>", "To: <b@example.com>", "cc: <c@example.com>"}));
 
     // And a mail reader gets the Japanese text and the file back.
     const QString dataPath = m_dir->filePath(QStringLiteral("data.eml"));
@@ -133,13 +142,21 @@ void TestTagMail::refusedBeforeAnySession_data()
 {
     QTest::addColumn<TagMailSettings>("recipients");
     QTest::addColumn<QString>("message");
-    const QString failed = QStringLiteral("E-Mailの送信に失敗しました。(メール送信に失敗しました。　");
-    const QString advice = QStringLiteral(") 詳細はログファイルを記録する設定にして参照して下さい。");
+    const QString failed =
+        QStringLiteral("E-Mailの送信に失敗しました。(メール送信に失敗しました。　");
+    const QString advice =
+        QStringLiteral(") 詳細はログファイルを記録する設定にして参照して下さい。");
     QTest::newRow("no section") << TagMailSettings{} << TagMailer::noAddressText();
-    QTest::newRow("only cc") << TagMailSettings{QStringLiteral("件名"), {QString()}, {QStringLiteral("c@example.com")}, {}}
+    QTest::newRow("only cc") << TagMailSettings{QStringLiteral("件名"),
+                                                {QString()},
+                                                {QStringLiteral("c@example.com")},
+                                                {}}
                              << TagMailer::noAddressText();
     QTest::newRow("header injection in the subject")
-        << TagMailSettings{QStringLiteral("件名\r\nBcc: x@example.com"), {QStringLiteral("a@example.com")}, {}, {}}
+        << TagMailSettings{QStringLiteral("件名\r\nBcc: x@example.com"),
+                           {QStringLiteral("a@example.com")},
+                           {},
+                           {}}
         << failed + QStringLiteral("件名に改行が含まれています。") + advice;
 }
 
