@@ -38,6 +38,7 @@ private Q_SLOTS:
     void closeWithChanges();
     void mailSwitch();
     void tagGrowsWithItsText();
+    void eraseTimeTakenBack();
     void newTagsCascade();
     void insertMenus();
 
@@ -98,8 +99,8 @@ void TestTagEntry::newTagRoundTrip()
     check("opt_Sel1");
     pick("cmb_HH", 10);
     pick("cmb_MM", 30);
-    pick("cmb_DHH", 11);
-    pick("cmb_DMM", 0);
+    pick("cmb_DHH", 12); // after "なし"
+    pick("cmb_DMM", 1);
     check("chk_Blink");
     get<QLineEdit>("txt_Xadr")->setText(u"40"_s);
     QSignalSpy stored(m_entry.get(), &TagEntry::tagStored);
@@ -175,7 +176,7 @@ void TestTagEntry::editExisting()
     QVERIFY(!get<QCheckBox>("chk_Week0")->isChecked() && !get<QCheckBox>("chk_No0")->isChecked());
     QCOMPARE(get<QComboBox>("cmb_HH")->currentText(), u"08時"_s);
     QCOMPARE(get<QComboBox>("cmb_MM")->currentText(), u"15分"_s);
-    QCOMPARE(get<QComboBox>("cmb_DHH")->currentIndex(), -1);
+    QCOMPARE(get<QComboBox>("cmb_DHH")->currentText(), u"なし"_s);
     QVERIFY(!get<QLineEdit>("txt_Date")->isEnabled() && !get<QComboBox>("cmb_Day")->isEnabled());
     QVERIFY(get<QCheckBox>("chk_Week3")->isEnabled());
     QVERIFY(!m_entry->isChanged());
@@ -194,6 +195,23 @@ void TestTagEntry::editExisting()
     QCOMPARE(tag->tagNumber(), u"00001"_s);
     QCOMPARE(tag->text(Tag::SenderName), u"総務"_s);
     QCOMPARE(tag->longValue(Tag::Width), 240);
+}
+
+void TestTagEntry::eraseTimeTakenBack()
+{
+    TagRecord t;
+    t.setMessage(u"昼休み"_s);
+    t.setByte(Tag::ScheduleKind, 2);
+    t.setDate(Tag::DisplayDateTime, QDateTime(QDate(1900, 1, 1), QTime(12, 0), Qt::UTC));
+    t.setText(Tag::EraseTime, u"12:45"_s);
+    QCOMPARE(m_store->addTag(t).value_or(0), 1);
+    QVERIFY(m_entry->openTag(1));
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentText(), u"45分"_s);
+    QTest::keyClick(get<QComboBox>("cmb_DHH"), Qt::Key_Home); // the first entry
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentIndex(), 0);
+    click("Command1");
+    QCOMPARE(m_prompt.shown, QStringList());
+    QCOMPARE(m_store->readTag(1)->text(Tag::EraseTime), QString());
 }
 
 void TestTagEntry::tagGrowsWithItsText()
@@ -217,8 +235,8 @@ void TestTagEntry::tagGrowsWithItsText()
 
     m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
     QVERIFY(m_entry->openTag(1));
-    get<QPlainTextEdit>("txt_Message")->setPlainText(
-        u"アラーム：お客様へ見積書を送る\n午後の会議\n資料は3部\n会議室B"_s);
+    get<QPlainTextEdit>("txt_Message")
+        ->setPlainText(u"アラーム：お客様へ見積書を送る\n午後の会議\n資料は3部\n会議室B"_s);
     click("Command1");
     const auto tag = m_store->readTag(1);
     QVERIFY(shows(*tag));

@@ -64,6 +64,7 @@ void choose(QComboBox *c, int index)
     c->setCurrentIndex(index >= 0 && index < c->count() ? index : -1);
 }
 
+const QString NoEraseTime = u"なし"_s;
 const QString SoundCaption = u"ｻｳﾝﾄﾞを鳴らす。"_s;
 const QString AttachCaption = u"ﾒｰﾙにﾌｧｲﾙを添付する。"_s;
 const QString MailTip = u"指定された内容をＥ－Ｍａｉｌで送ります。（又、現在設定されている送り先を"
@@ -223,8 +224,18 @@ QWidget *TagEntry::buildSchedule()
     connect(m_calender2, &QPushButton::clicked, this, [this] { pickDate(m_ddate, m_date); });
     m_hh = combo("cmb_HH", TagEntryText::hourItems());
     m_mm = combo("cmb_MM", TagEntryText::minuteItems());
-    m_dhh = combo("cmb_DHH", TagEntryText::hourItems());
-    m_dmm = combo("cmb_DMM", TagEntryText::minuteItems());
+    // The erase time starts with "なし", so a time once picked can be taken back;
+    // taking back either half takes back both.
+    m_dhh = combo("cmb_DHH", QStringList{NoEraseTime} + TagEntryText::hourItems());
+    m_dmm = combo("cmb_DMM", QStringList{NoEraseTime} + TagEntryText::minuteItems());
+    for (QComboBox *c : {m_dhh, m_dmm}) {
+        connect(c, &QComboBox::activated, this, [this](int index) {
+            if (index == 0) {
+                m_dhh->setCurrentIndex(0);
+                m_dmm->setCurrentIndex(0);
+            }
+        });
+    }
     m_day = combo("cmb_Day", TagEntryText::dayItems());
 
     auto *grid = new QGridLayout;
@@ -386,8 +397,9 @@ void TagEntry::openNew()
             taken << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
     }
     const QSize size(settings.integer(Env::DefaultWidth), settings.integer(Env::DefaultHeight));
-    const QPoint at = cascadeTag(QPoint(settings.integer(Env::DefaultX), settings.integer(Env::DefaultY)),
-                                 size, taken, TagWindow::workAreas().value(0));
+    const QPoint at =
+        cascadeTag(QPoint(settings.integer(Env::DefaultX), settings.integer(Env::DefaultY)), size,
+                   taken, TagWindow::workAreas().value(0));
     base.setLong(Tag::PosX, at.x());
     base.setLong(Tag::PosY, at.y());
     TagEntryInput in = fromRecord(base);
@@ -464,8 +476,8 @@ void TagEntry::load(const TagEntryInput &in)
     m_ddate->setText(in.eraseDate);
     choose(m_hh, in.hour);
     choose(m_mm, in.minute);
-    choose(m_dhh, in.eraseHour);
-    choose(m_dmm, in.eraseMinute);
+    choose(m_dhh, in.eraseHour + 1);
+    choose(m_dmm, in.eraseMinute + 1);
     choose(m_day, in.dayIndex);
     for (int i = 0; i < 7; ++i)
         m_week[i]->setChecked(in.weekdays[i]);
@@ -500,8 +512,8 @@ TagEntryInput TagEntry::input() const
     in.eraseDate = m_ddate->text();
     in.hour = m_hh->currentIndex();
     in.minute = m_mm->currentIndex();
-    in.eraseHour = m_dhh->currentIndex();
-    in.eraseMinute = m_dmm->currentIndex();
+    in.eraseHour = std::max(m_dhh->currentIndex(), 0) - 1;
+    in.eraseMinute = std::max(m_dmm->currentIndex(), 0) - 1;
     in.dayIndex = m_day->currentIndex();
     for (int i = 0; i < 7; ++i)
         in.weekdays[i] = m_week[i]->isChecked();
@@ -617,8 +629,8 @@ void TagEntry::storeTag()
     const TagRecord before = record;
     applyTo(in, record);
     // More text or a bigger font must not leave the tag showing only its first words.
-    if (record.message() != before.message()
-        || TagWindow::fontOf(record) != TagWindow::fontOf(before))
+    if (record.message() != before.message() ||
+        TagWindow::fontOf(record) != TagWindow::fontOf(before))
         record = TagActions::grownToText(record, env());
     QString error;
     int k = m_k;
