@@ -138,6 +138,10 @@ bool TagMain::start()
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
     m_mail->log().setEnabled(m_env.byte(Env::LogEnabled) != 0);
     m_mail->loadAddressBook();
+    connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
+        if (m_tray)
+            m_tray->showMessage(QStringLiteral("Pinboard"), text);
+    });
 
     // 15-16. The stored tags: due ones go up, files due are opened, mail due is
     // sent, and the timer waits for the nearest change.

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void settingsEntriesWriteRecordOne();
     void editorAndListsFromTheMenus();
     void dueMailTagGoesOutAtStartUp();
+    void contentMailKeepsTheChoiceUntilSent();
     void trayRetries_data();
     void trayRetries();
 
@@ -321,6 +322,43 @@ void TestTagMain::dueMailTagGoesOutAtStartUp()
     QVERIFY(server.commands().contains(QStringLiteral("RCPT TO:<a@example.com>")));
     QVERIFY(server.message(1).contains("Subject: "));
     QVERIFY(prompt.shown.isEmpty());
+}
+
+void TestTagMain::contentMailKeepsTheChoiceUntilSent()
+{
+    QTemporaryDir dir, refusingDir, normalDir;
+    ServerProcess refusing(refusingDir.path()), normal(normalDir.path());
+    QVERIFY(refusing.start(QStringLiteral("reject-RCPT")) && normal.start(QStringLiteral("normal")));
+    const FileSet files = FileSet::forDirectory(dir.path());
+    TagStore store(files.dt1);
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setLong(Env::SmtpPort, refusing.port);
+    env.setLong(Env::SmtpTimeStep, 0);
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("本文"));
+    QVERIFY(store.addTag(tag));
+
+    ScriptedPrompt prompt;
+    MailDesk desk(files, store, prompt, m_clock);
+    QSignalSpy sent(&desk.sender(), &MailSender::sent);
+    QSignalSpy notice(&desk, &MailDesk::notice);
+    const TagMailSettings chosen{QStringLiteral("至急"), {QStringLiteral("a@example.com")}, {}, {}};
+    desk.sendContentTo(1, chosen);
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
+    QCOMPARE(prompt.shown.size(), 1); // the failure
+    QCOMPARE(desk.contentRecipients(1), chosen);
+    QCOMPARE(notice.size(), 0);
+
+    env.setLong(Env::SmtpPort, normal.port);
+    QVERIFY(store.writeEnv(env));
+    desk.sendContentTo(1, desk.contentRecipients(1));
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 2, 15000);
+    QCOMPARE(notice.size(), 1);
+    QCOMPARE(notice.first().first().toString(), MailDesk::contentSentText());
+    QCOMPARE(desk.contentRecipients(1), TagMailSettings{}); // nothing stored for the tag
+    QCOMPARE(prompt.shown.size(), 1);
 }
 
 void TestTagMain::trayRetries_data()

@@ -140,6 +140,8 @@ private Q_SLOTS:
     void dirDefaultsToExecutableDir();
     void mailCommands_data();
     void mailCommands();
+    void mailComposeFailurePrintsDetail_data();
+    void mailComposeFailurePrintsDetail();
 };
 
 void TestCli::dumpOfFreshStore()
@@ -151,7 +153,8 @@ void TestCli::dumpOfFreshStore()
     QVERIFY(r.err.isEmpty());
     const QJsonObject root = QJsonDocument::fromJson(r.out).object();
     const QJsonObject env = root.value(QLatin1String("env")).toObject();
-    QCOMPARE(env.value(QLatin1String("DefaultFontName")).toString(), QStringLiteral("ＭＳ Ｐゴシック"));
+    QCOMPARE(env.value(QLatin1String("DefaultFontName")).toString(),
+             QStringLiteral("ＭＳ Ｐゴシック"));
     QCOMPARE(env.value(QLatin1String("NextTagNumber")).toString(), QStringLiteral("00001"));
     QCOMPARE(env.value(QLatin1String("PortNo")).toInt(), 12222);
     QCOMPARE(env.value(QLatin1String("DefaultBackColor")).toInt(), 0x80FFFF);
@@ -341,13 +344,13 @@ void TestCli::evalSaysWhy_data()
     const QByteArray dated = "00002\t1\t50401\t2024/05/01 10:00 から 表示されています。\n";
     QTest::newRow("every live tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59")} << 0
                                     << daily + dated << QString();
-    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"), QStringLiteral("--tag"),
-                                            QStringLiteral("2")}
+    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"),
+                                            QStringLiteral("--tag"), QStringLiteral("2")}
                              << 0 << dated << QString();
-    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")} << 1
-                                      << QByteArray() << QStringLiteral("no live tag 00003");
-    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1 << QByteArray()
-                                << QStringLiteral("not of the form");
+    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")}
+                                      << 1 << QByteArray() << QStringLiteral("no live tag 00003");
+    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1
+                                << QByteArray() << QStringLiteral("not of the form");
 }
 
 void TestCli::evalSaysWhy()
@@ -383,20 +386,26 @@ void TestCli::mailCommands_data()
     QTest::addColumn<QString>("printed");
     const QStringList test{QStringLiteral("mail-test")};
     const QStringList mail{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("1")};
-    QTest::newRow("test passes") << "normal" << test << false << 0 << QStringLiteral("接続テストに成功しました。");
+    QTest::newRow("test passes") << "normal" << test << false << 0
+                                 << QStringLiteral("接続テストに成功しました。");
     QTest::newRow("test refused")
         << "ehlo-and-helo-5xx" << test << false << 1
         << QStringLiteral("接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
     QTest::newRow("mail sent") << "normal" << mail << true << 0 << QStringLiteral("sent tag 1");
     QTest::newRow("recipient refused")
         << "rcpt-4xx" << mail << true << 1
-        << QStringLiteral("メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
-    QTest::newRow("no recipients") << "normal" << mail << false << 1
-                                   << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
-    QTest::newRow("no such tag") << "normal" << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("7")}
+        << QStringLiteral(
+               "メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
+    QTest::newRow("no recipients")
+        << "normal" << mail << false << 1
+        << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
+    QTest::newRow("no such tag") << "normal"
+                                 << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"),
+                                                QStringLiteral("7")}
                                  << true << 1 << QStringLiteral("7");
-    QTest::newRow("no tag given") << "normal" << QStringList{QStringLiteral("mail")} << true << 1
-                                  << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
+    QTest::newRow("no tag given")
+        << "normal" << QStringList{QStringLiteral("mail")} << true << 1
+        << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
 }
 
 void TestCli::mailCommands()
@@ -423,7 +432,9 @@ void TestCli::mailCommands()
     if (recipients)
         QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
                     .write(1, {QStringLiteral("件名"),
-                               {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")}, {}, {}}));
+                               {QStringLiteral("a@example.com"), QStringLiteral("b@example.com")},
+                               {},
+                               {}}));
 
     QStringList full = args;
     full.insert(1, dir.path());
@@ -431,6 +442,38 @@ void TestCli::mailCommands()
     QCOMPARE(r.status, status);
     const QByteArray &where = status == 0 ? r.out : r.err;
     QVERIFY2(QString::fromUtf8(where).contains(printed), where.constData());
+}
+
+void TestCli::mailComposeFailurePrintsDetail_data()
+{
+    QTest::addColumn<bool>("logging");
+    QTest::newRow("log off") << false;
+    QTest::newRow("log on") << true;
+}
+
+void TestCli::mailComposeFailurePrintsDetail()
+{
+    QFETCH(bool, logging);
+    QTemporaryDir dir;
+    const TagStore store(dt1Of(dir.path()));
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setByte(Env::LogEnabled, logging);
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag; // a mail tag whose attachment is gone
+    tag.setMessage(QStringLiteral("本文"));
+    tag.setByte(Tag::MailFlag, 1);
+    tag.setByte(Tag::SoundFlag, 1);
+    const QString gone = dir.filePath(QStringLiteral("gone.txt"));
+    tag.setText(Tag::FilePath, gone);
+    QVERIFY(store.addTag(tag));
+    QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
+                .write(1, {QStringLiteral("件名"), {QStringLiteral("a@example.com")}, {}, {}}));
+    const Run r =
+        runCli({QStringLiteral("mail"), dir.path(), QStringLiteral("--tag"), QStringLiteral("1")});
+    QCOMPARE(r.status, 1);
+    QCOMPARE(QString::fromUtf8(r.err).trimmed(),
+             QStringLiteral("メール送信に失敗しました。　添付ファイルを読み込めません: ") + gone);
 }
 
 QTEST_GUILESS_MAIN(TestCli)
