@@ -312,6 +312,7 @@ void TestTagEntry::closeWithChanges()
         u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s};
     QCOMPARE(m_prompt.shown, change ? asked : QStringList());
     QCOMPARE(m_prompt.titles, change ? QStringList{u"終了確認"_s} : QStringList());
+    QCOMPARE(m_prompt.noByDefault, change ? QList<int>{0} : QList<int>()); // Enter keeps the edit
     QCOMPARE(m_store->tagCount(), 0);
 }
 

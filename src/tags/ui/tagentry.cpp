@@ -656,7 +656,7 @@ void TagEntry::trashTag()
 {
     if (m_k <= 0)
         return;
-    if (!m_prompt.ask(
+    if (!m_prompt.askDestructive(
             u"現在編集を行っているタグをごみ箱に入れます。（削除する）。よろしいですか？"_s,
             u"削除の確認"_s))
         return;
@@ -796,7 +796,7 @@ void TagEntry::askCalendarMonth()
 void TagEntry::done(int result)
 {
     if (result != QDialog::Accepted && m_changed &&
-        !m_prompt.ask(
+        !m_prompt.askDestructive(
             u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s,
             u"終了確認"_s))
         return;
