@@ -60,11 +60,19 @@ TagEntry *EditorHost::newEditor()
     return editor;
 }
 
+// Opened from the tray or a tag, the editor is what the user types into next.
+void EditorHost::showEditor(QWidget *editor)
+{
+    editor->show();
+    editor->raise();
+    editor->activateWindow();
+}
+
 void EditorHost::openNew()
 {
     if (TagEntry *e = newEditor()) {
         e->openNew();
-        e->show();
+        showEditor(e);
     }
 }
 
@@ -75,7 +83,7 @@ void EditorHost::openEditor(int k)
             delete e;
             return;
         }
-        e->show();
+        showEditor(e);
     }
 }
 
@@ -86,7 +94,7 @@ void EditorHost::openEditorCopy(int k)
             delete e;
             return;
         }
-        e->show();
+        showEditor(e);
     }
 }
 

@@ -63,6 +63,7 @@ private Q_SLOTS:
     void cleanup();
     void draggedTagIsStored();
     void dialogsStayAboveTopMostTags();
+    void editorFromTheTrayTakesTheKeyboard();
 
 private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
@@ -167,6 +168,27 @@ void TestWmDesktop::dialogsStayAboveTopMostTags()
     QTRY_VERIFY(onScreen(inside) != Magenta);
     QTest::qWait(300);
     QVERIFY(onScreen(inside) != Magenta);
+}
+
+void TestWmDesktop::editorFromTheTrayTakesTheKeyboard()
+{
+    // Another window has the keyboard, as when the user works elsewhere.
+    QWidget elsewhere;
+    elsewhere.setWindowTitle(QStringLiteral("elsewhere"));
+    elsewhere.show();
+    elsewhere.activateWindow();
+    QTRY_VERIFY(elsewhere.isActiveWindow());
+    m_main->trayMessage(TrayMessages::LeftDoubleClick, false);
+    TagEntry *editor = nullptr;
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget *top : windows)
+        if (auto *e = qobject_cast<TagEntry *>(top))
+            editor = e;
+    QVERIFY(editor);
+    QTRY_VERIFY(editor->isActiveWindow());
+    QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("txt_Message"));
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("memo"));
+    QVERIFY(editor->isChanged());
 }
 
 QTEST_MAIN(TestWmDesktop)
