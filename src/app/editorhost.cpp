@@ -15,6 +15,11 @@ EditorHost::EditorHost(const TagStore &store, Prompt &prompt, const Clock &clock
     : QObject(parent), m_store(store), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
       m_display(display), m_mail(mail)
 {
+    // The list tells whether a tag is on the desktop, whoever put it up or took it down.
+    connect(&m_display, &DesktopDisplay::shownChanged, this, [this] {
+        if (m_tagList)
+            m_tagList->refill();
+    });
 }
 
 EditorHost::~EditorHost()

@@ -10,11 +10,13 @@
 #include "prompt.h"
 #include "singleinstance.h"
 #include "smtpserverprocess.h"
+#include "taglist.h"
 #include "tagmain.h"
 #include "tagstore.h"
 #include "trayattach.h"
 
 #include <QFile>
+#include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QPlainTextEdit>
@@ -42,6 +44,7 @@ private Q_SLOTS:
     void editorAndListsFromTheMenus();
     void dueMailTagGoesOutAtStartUp();
     void contentMailKeepsTheChoiceUntilSent();
+    void tagListFollowsTheScheduler();
     void trayRetries_data();
     void trayRetries();
 
@@ -359,6 +362,33 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
     QCOMPARE(notice.first().first().toString(), MailDesk::contentSentText());
     QCOMPARE(desk.contentRecipients(1), TagMailSettings{}); // nothing stored for the tag
     QCOMPARE(prompt.shown.size(), 1);
+}
+
+void TestTagMain::tagListFollowsTheScheduler()
+{
+    QTemporaryDir dir;
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(store.writeEnv(EnvRecord()));
+    TagRecord tag; // up now, erased half a minute from now
+    tag.setMessage(QStringLiteral("朝会"));
+    tag.setByte(Tag::ScheduleKind, 1);
+    tag.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
+    tag.setDate(Tag::EraseDateTime, QDateTime(QDate(2024, 5, 1), QTime(10, 0, 30), QTimeZone::utc()));
+    QVERIFY(store.addTag(tag));
+    ManualClock clock(m_clock.now());
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, clock);
+    QVERIFY(main.start());
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+    main.editors()->showTagList();
+    TagList *list = main.editors()->tagList();
+    QVERIFY(list->selectTag(1));
+    const QString shown = list->infoLabel()->text();
+    clock.advance(60);
+    main.SchedulerTick();
+    QVERIFY(main.display()->shownTags().isEmpty());
+    QCOMPARE(list->infoLabel()->text(), TagListModel::describeLive(*store.readTag(1), false));
+    QVERIFY(list->infoLabel()->text() != shown);
 }
 
 void TestTagMain::trayRetries_data()
