@@ -368,6 +368,13 @@ void TestTagEntry::insertMenus()
     message->clear();
     months.at(1)->trigger();
     QCOMPARE(message->toPlainText(), textCalendar(2024, 6));
+    // Between words, it goes on lines of its own.
+    message->setPlainText(u"予定 メモ"_s);
+    QTextCursor at = message->textCursor();
+    at.setPosition(2);
+    message->setTextCursor(at);
+    months.at(1)->trigger();
+    QCOMPARE(message->toPlainText(), u"予定\n"_s + textCalendar(2024, 6) + u"\n メモ"_s);
 
     message->clear();
     m_prompt.textAnswers = {u"2025/13"_s, u"2025/2"_s};

@@ -773,7 +773,16 @@ void TagEntry::insertText(const QString &text)
 
 void TagEntry::insertCalendar(const QDate &month)
 {
-    insertText(textCalendar(month.year(), month.month()));
+    // Its columns line up only from the start of a line: a calendar never shares
+    // a line with other text.
+    QString calendar = textCalendar(month.year(), month.month());
+    if (calendar.isEmpty())
+        return;
+    if (!m_message->textCursor().atBlockStart())
+        calendar.prepend(u'\n');
+    if (!m_message->textCursor().atBlockEnd())
+        calendar.append(u'\n');
+    insertText(calendar);
 }
 
 void TagEntry::askCalendarMonth()
