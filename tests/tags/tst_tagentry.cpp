@@ -212,6 +212,14 @@ void TestTagEntry::eraseTimeTakenBack()
     click("Command1");
     QCOMPARE(m_prompt.shown, QStringList());
     QCOMPARE(m_store->readTag(1)->text(Tag::EraseTime), QString());
+    // Delete on either list takes the time back as well.
+    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    QVERIFY(m_entry->openTag(1));
+    pick("cmb_DHH", 14);
+    pick("cmb_DMM", 2);
+    QTest::keyClick(get<QComboBox>("cmb_DMM"), Qt::Key_Delete);
+    QCOMPARE(get<QComboBox>("cmb_DHH")->currentText(), u"なし"_s);
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentText(), u"なし"_s);
 }
 
 void TestTagEntry::tagGrowsWithItsText()

@@ -23,6 +23,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QIntValidator>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -230,11 +231,10 @@ QWidget *TagEntry::buildSchedule()
     m_dmm = combo("cmb_DMM", QStringList{NoEraseTime} + TagEntryText::minuteItems());
     for (QComboBox *c : {m_dhh, m_dmm}) {
         connect(c, &QComboBox::activated, this, [this](int index) {
-            if (index == 0) {
-                m_dhh->setCurrentIndex(0);
-                m_dmm->setCurrentIndex(0);
-            }
+            if (index == 0)
+                clearEraseTime();
         });
+        c->installEventFilter(this);
     }
     m_day = combo("cmb_Day", TagEntryText::dayItems());
 
@@ -769,6 +769,23 @@ void TagEntry::insertText(const QString &text)
 {
     if (!text.isEmpty())
         m_message->insertPlainText(text);
+}
+
+bool TagEntry::eventFilter(QObject *watched, QEvent *event)
+{
+    // Delete on either half of the erase time takes the time back.
+    if ((watched == m_dhh || watched == m_dmm) && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+        clearEraseTime();
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void TagEntry::clearEraseTime()
+{
+    m_dhh->setCurrentIndex(0);
+    m_dmm->setCurrentIndex(0);
 }
 
 void TagEntry::insertCalendar(const QDate &month)
