@@ -1,5 +1,6 @@
 #include "desktopdisplay.h"
 
+#include "dialoglift.h"
 #include "fileopener.h"
 #include "prompt.h"
 #include "tagstore.h"
@@ -9,7 +10,8 @@
 #include <QScreen>
 #include <QSystemTrayIcon>
 
-DesktopDisplay::DesktopDisplay(const TagStore &store, const EnvRecord &env, Prompt &prompt, QObject *parent)
+DesktopDisplay::DesktopDisplay(const TagStore &store, const EnvRecord &env, Prompt &prompt,
+                               QObject *parent)
     : QObject(parent), m_store(store), m_env(env), m_prompt(prompt)
 {
     m_sound.setBeeper([] { QApplication::beep(); });
@@ -62,13 +64,16 @@ void DesktopDisplay::showTag(int k, const TagRecord &tag)
     }
     // The settings may lift scheduled tags, or those from other computers, above the rest.
     const bool received = tag.text(Tag::ReceivedMark) == u"1";
-    const bool lifted = tag.byte(Tag::TopMost) == 1
-                        || (received ? m_env.byte(Env::NetTop) == 1
-                                     : m_env.byte(Env::ScmTop) == 1 && tag.byte(Tag::ScheduleKind) != 0);
+    const bool lifted =
+        tag.byte(Tag::TopMost) == 1 ||
+        (received ? m_env.byte(Env::NetTop) == 1
+                  : m_env.byte(Env::ScmTop) == 1 && tag.byte(Tag::ScheduleKind) != 0);
     if (lifted != bool(w->windowFlags() & Qt::WindowStaysOnTopHint))
         w->setWindowFlag(Qt::WindowStaysOnTopHint, lifted);
     w->show();
     w->raise();
+    DialogLift::raiseAboveTags();
+    Q_EMIT shownChanged(k);
 }
 
 void DesktopDisplay::takeDown(int k)
@@ -81,6 +86,7 @@ void DesktopDisplay::takeDown(int k)
     // Deleted later: the window may be taking down itself from its own menu.
     it->second.release()->deleteLater();
     m_windows.erase(it);
+    Q_EMIT shownChanged(k);
 }
 
 bool DesktopDisplay::isShown(int k) const
@@ -131,6 +137,7 @@ void DesktopDisplay::raiseAll()
             continue;
         w->raise();
     }
+    DialogLift::raiseAboveTags();
 }
 
 void DesktopDisplay::PlayArrivalSound()

@@ -24,7 +24,8 @@ class DesktopDisplay : public QObject, public TagDisplay
 public:
     static constexpr int BlinkMs = 500;
 
-    DesktopDisplay(const TagStore &store, const EnvRecord &env, Prompt &prompt, QObject *parent = nullptr);
+    DesktopDisplay(const TagStore &store, const EnvRecord &env, Prompt &prompt,
+                   QObject *parent = nullptr);
     ~DesktopDisplay() override;
 
     void showTag(int k, const TagRecord &tag) override;
@@ -60,6 +61,8 @@ Q_SIGNALS:
     void tagPressed(int k);
     void tagDoubleClicked(int k);
     void tagPopupRequested(int k, const QPoint &globalPos, bool urlEnabled);
+    // Tag k's window came up or went down.
+    void shownChanged(int k);
 
 private:
     void storePosition(int k, const QPoint &topLeft);

@@ -15,6 +15,11 @@ EditorHost::EditorHost(const TagStore &store, Prompt &prompt, const Clock &clock
     : QObject(parent), m_store(store), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
       m_display(display), m_mail(mail)
 {
+    // The list tells whether a tag is on the desktop, whoever put it up or took it down.
+    connect(&m_display, &DesktopDisplay::shownChanged, this, [this] {
+        if (m_tagList)
+            m_tagList->refill();
+    });
 }
 
 EditorHost::~EditorHost()
@@ -60,11 +65,19 @@ TagEntry *EditorHost::newEditor()
     return editor;
 }
 
+// Opened from the tray or a tag, the editor is what the user types into next.
+void EditorHost::showEditor(QWidget *editor)
+{
+    editor->show();
+    editor->raise();
+    editor->activateWindow();
+}
+
 void EditorHost::openNew()
 {
     if (TagEntry *e = newEditor()) {
         e->openNew();
-        e->show();
+        showEditor(e);
     }
 }
 
@@ -75,7 +88,7 @@ void EditorHost::openEditor(int k)
             delete e;
             return;
         }
-        e->show();
+        showEditor(e);
     }
 }
 
@@ -86,7 +99,7 @@ void EditorHost::openEditorCopy(int k)
             delete e;
             return;
         }
-        e->show();
+        showEditor(e);
     }
 }
 

@@ -52,6 +52,7 @@ public:
     void restoreTrayIcon() override;
 
 private:
+    static void showEditor(QWidget *editor);
     // A new editor, or nullptr after telling the user one is open already.
     TagEntry *newEditor();
 

@@ -14,6 +14,7 @@ MailDesk::MailDesk(const FileSet &files, const TagStore &store, Prompt &prompt, 
     : QObject(parent), m_files(files), m_store(store), m_prompt(prompt), m_log(files.log, clock),
       m_sender(m_log, clock, prompt), m_mailer(files, store, m_sender, clock, prompt)
 {
+    connect(&m_sender, &MailSender::sent, this, [this](bool ok) { mailFinished(ok); });
 }
 
 MailDesk::~MailDesk()
@@ -34,27 +35,61 @@ void MailDesk::loadAddressBook()
     m_book = AddressBook(*data);
 }
 
+QString MailDesk::contentSentText()
+{
+    return QStringLiteral("E-Mailを送信しました。");
+}
+
 void MailDesk::SendTagMail(int k)
 {
-    m_mailer.SendTagMail(k);
+    if (m_mailer.SendTagMail(k))
+        m_queued << 0;
 }
 
 void MailDesk::sendContent(int k, QWidget *parent)
 {
+    if (!m_store.readTag(k))
+        return;
+    SendMail dialog(m_book, contentRecipients(k), parent);
+    if (dialog.exec() == QDialog::Accepted)
+        sendContentTo(k, dialog.settings());
+}
+
+TagMailSettings MailDesk::contentRecipients(int k) const
+{
+    const auto kept = m_unsent.find(k);
+    return kept != m_unsent.end() ? kept->second : MailSettingsFile(m_files.dt4).read(k);
+}
+
+void MailDesk::sendContentTo(int k, const TagMailSettings &recipients)
+{
     const auto tag = m_store.readTag(k);
     if (!tag)
         return;
-    SendMail dialog(m_book, MailSettingsFile(m_files.dt4).read(k), parent);
-    if (dialog.exec() == QDialog::Accepted)
-        m_mailer.sendDirect(dialog.settings(), tag->message());
+    // Kept until the mail is out, so a failure does not cost the user the choice.
+    m_unsent[k] = recipients;
+    if (m_mailer.sendDirect(recipients, tag->message()))
+        m_queued << k;
+}
+
+void MailDesk::mailFinished(bool ok)
+{
+    if (m_queued.isEmpty())
+        return;
+    const int k = m_queued.takeFirst();
+    if (k == 0 || !ok)
+        return;
+    m_unsent.erase(k);
+    Q_EMIT notice(contentSentText());
 }
 
 void MailDesk::editRecipients(QObject *editor, int k, QWidget *parent)
 {
     const MailSettingsFile file(m_files.dt4);
     const auto pending = m_pending.find(editor);
-    const TagMailSettings current =
-        pending != m_pending.end() ? pending->second : k > 0 ? file.read(k) : TagMailSettings{};
+    const TagMailSettings current = pending != m_pending.end() ? pending->second
+                                    : k > 0                    ? file.read(k)
+                                                               : TagMailSettings{};
     SendMail dialog(m_book, current, parent);
     if (dialog.exec() != QDialog::Accepted)
         return;

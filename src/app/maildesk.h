@@ -39,6 +39,12 @@ public:
     void SendTagMail(int k);
     // 内容をE-Mailで送る: the tag's text goes to the recipients chosen now.
     void sendContent(int k, QWidget *parent = nullptr);
+    // What that dialog opens with: the choice of a send that has not gone out yet,
+    // else the recipients stored for the tag.
+    TagMailSettings contentRecipients(int k) const;
+    // Sends tag k's text to recipients; they are kept until the mail is out.
+    void sendContentTo(int k, const TagMailSettings &recipients);
+    static QString contentSentText();
 
     // The editor's mail button: the recipients and subject of tag k (0: the new
     // tag that editor will store, kept until it is stored).
@@ -51,7 +57,13 @@ public:
     void openSmtpSetup();
     void openAddressList();
 
+Q_SIGNALS:
+    // A short notice for the tray (a mail of 内容をE-Mailで送る went out).
+    void notice(const QString &text);
+
 private:
+    void mailFinished(bool ok);
+
     FileSet m_files;
     const TagStore &m_store;
     Prompt &m_prompt;
@@ -60,6 +72,9 @@ private:
     TagMailer m_mailer;
     AddressBook m_book;
     std::map<QObject *, TagMailSettings> m_pending;
+    std::map<int, TagMailSettings> m_unsent; // by tag, until its content mail is out
+    QList<int> m_queued; // per queued mail: the tag of a content mail, 0 for a tag's own
+
     QPointer<QWidget> m_setup;
     QPointer<QWidget> m_addressList;
 };

@@ -18,8 +18,17 @@ void MessageBoxPrompt::warn(const QString &text, const QString &title)
 bool MessageBoxPrompt::ask(const QString &text, const QString &title)
 {
     qInfo().noquote() << title << ':' << text;
-    const bool yes = QMessageBox::question(nullptr, title, text, QMessageBox::Yes | QMessageBox::No)
-                     == QMessageBox::Yes;
+    const bool yes = QMessageBox::question(nullptr, title, text,
+                                           QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
+    qInfo().noquote() << title << ':' << (yes ? "Yes" : "No");
+    return yes;
+}
+
+bool MessageBoxPrompt::askDestructive(const QString &text, const QString &title)
+{
+    qInfo().noquote() << title << ':' << text;
+    const bool yes = QMessageBox::question(nullptr, title, text, QMessageBox::Yes | QMessageBox::No,
+                                           QMessageBox::No) == QMessageBox::Yes;
     qInfo().noquote() << title << ':' << (yes ? "Yes" : "No");
     return yes;
 }
@@ -29,6 +38,7 @@ std::optional<QString> MessageBoxPrompt::askText(const QString &text, const QStr
 {
     qInfo().noquote() << title << ':' << text;
     bool ok = false;
-    const QString answer = QInputDialog::getText(nullptr, title, text, QLineEdit::Normal, initial, &ok);
+    const QString answer =
+        QInputDialog::getText(nullptr, title, text, QLineEdit::Normal, initial, &ok);
     return ok ? std::optional<QString>(answer) : std::nullopt;
 }

@@ -10,6 +10,7 @@ public:
     void inform(const QString &text, const QString &title = defaultTitle()) override;
     void warn(const QString &text, const QString &title = defaultTitle()) override;
     bool ask(const QString &text, const QString &title = defaultTitle()) override;
+    bool askDestructive(const QString &text, const QString &title = defaultTitle()) override;
     std::optional<QString> askText(const QString &text, const QString &title,
                                    const QString &initial = {}) override;
 };

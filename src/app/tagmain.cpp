@@ -3,6 +3,7 @@
 #include "clock.h"
 #include "clockchangewatcher.h"
 #include "desktopdisplay.h"
+#include "dialoglift.h"
 #include "editorhost.h"
 #include "maildesk.h"
 #include "mainmenu.h"
@@ -147,9 +148,14 @@ bool TagMain::start()
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
     m_mail->log().setEnabled(m_env.byte(Env::LogEnabled) != 0);
     m_mail->loadAddressBook();
+    connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
+        if (m_tray)
+            m_tray->showMessage(QStringLiteral("Pinboard"), text);
+    });
 
     // 15-16. The stored tags: due ones go up, files due are opened, mail due is
     // sent, and the timer waits for the nearest change.
+    m_dialogLift = std::make_unique<DialogLift>();
     m_display = std::make_unique<DesktopDisplay>(*m_store, m_env, m_prompt);
     m_display->setTray(m_tray.get(), m_icon);
     connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
@@ -440,6 +446,7 @@ void TagMain::shutdown()
     m_editors.reset();
     m_tagScheduler.reset();
     m_display.reset();
+    m_dialogLift.reset();
     m_mail.reset();
     m_mainMenu.reset();
     m_tagMenu.reset();

@@ -16,6 +16,7 @@
 class Clock;
 class ClockChangeWatcher;
 class DesktopDisplay;
+class DialogLift;
 class EditorHost;
 class MailDesk;
 class MainMenu;
@@ -111,6 +112,7 @@ private:
     std::unique_ptr<TagPopupMenu> m_tagMenu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     std::unique_ptr<TrayAttach> m_trayAttach;
+    std::unique_ptr<DialogLift> m_dialogLift;
     std::unique_ptr<DesktopDisplay> m_display;
     std::unique_ptr<Scheduler> m_tagScheduler;
     std::unique_ptr<MailDesk> m_mail;

@@ -12,7 +12,8 @@ TrayMessages::Action TrayMessages::decode(int message, bool shift)
     switch (message - MouseMove) {
     case 0:
         m_tip = tip(m_tooltipIndex);
-        m_tooltipIndex = (m_tooltipIndex + 1) % 4;
+        // The screen copy the fourth tip advertises is not built: skip it.
+        m_tooltipIndex = (m_tooltipIndex + 1) % 3;
         return Action::ShowTip;
     case 1: return Action::None;
     case 2: return shift ? Action::ScreenCopy : Action::RaiseTags;

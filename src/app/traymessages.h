@@ -4,7 +4,7 @@
 
 // What the tray icon's mouse messages mean: 0x200 moved over it, 0x201 left
 // button down, 0x202 left button up, 0x203 left double-click, 0x204 right
-// button down. Moving over the icon shows the next of four tips.
+// button down. Moving over the icon shows the next of the tips.
 class TrayMessages
 {
 public:

@@ -5,6 +5,7 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -105,9 +106,10 @@ Calender::Calender(const QString &startDate, const Clock &clock, QWidget *parent
     });
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
 
+    m_today = clock.now().date();
     QDate start = parseDate(startDate);
     if (!start.isValid())
-        start = clock.now().date();
+        start = m_today;
     m_curIdx->setText(u"0"_s);
     showMonth(QDate(start.year(), start.month(), 1));
     selectCell(layoutMonth(start.year(), start.month()).firstCell + start.day() - 1);
@@ -144,15 +146,53 @@ QDate Calender::parseDate(const QString &text)
 
 bool Calender::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::MouseButtonDblClick) {
+    // A click chooses a day; a double-click chooses it and closes as OK does.
+    const bool press = event->type() == QEvent::MouseButtonPress;
+    if (press || event->type() == QEvent::MouseButtonDblClick) {
         const int index = m_cells.indexOf(qobject_cast<QLabel *>(watched));
         if (index >= 0) {
-            if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
+            if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton) {
                 selectCell(index + 1);
+                if (!press && curIdx() == index + 1) {
+                    m_chosen = m_setYmd->text();
+                    accept();
+                }
+            }
             return true;
         }
     }
     return QDialog::eventFilter(watched, event);
+}
+
+void Calender::keyPressEvent(QKeyEvent *event)
+{
+    int days = 0;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        days = -1;
+        break;
+    case Qt::Key_Right:
+        days = 1;
+        break;
+    case Qt::Key_Up:
+        days = -7;
+        break;
+    case Qt::Key_Down:
+        days = 7;
+        break;
+    default:
+        QDialog::keyPressEvent(event);
+        return;
+    }
+    const QDate chosen = QDate::fromString(m_setYmd->text(), DateFormat);
+    const QDate to = chosen.isValid() ? chosen.addDays(days) : QDate();
+    if (!to.isValid() || to.year() < 1 || to.year() > 9999)
+        return;
+    if (to.year() != shownMonth().year() || to.month() != shownMonth().month()) {
+        m_curIdx->setText(u"0"_s);
+        showMonth(QDate(to.year(), to.month(), 1));
+    }
+    selectCell(layoutMonth(to.year(), to.month()).firstCell + to.day() - 1);
 }
 
 void Calender::showMonth(const QDate &first)
@@ -162,6 +202,11 @@ void Calender::showMonth(const QDate &first)
         setHighlight(i, false);
     }
     const MonthLayout layout = layoutMonth(first.year(), first.month());
+    for (int i = 0; i < CellCount; ++i) {
+        QFont font = m_cells.at(i)->font();
+        font.setBold(QDate(first.year(), first.month(), i - layout.firstCell + 2) == m_today);
+        m_cells.at(i)->setFont(font);
+    }
     for (int day = 1; day <= layout.days; ++day)
         m_cells.at(layout.firstCell + day - 2)->setNum(day);
     m_curYm->setText(first.toString(MonthFormat));

@@ -32,6 +32,8 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    // The arrow keys move the chosen day by a day or a week, into the next or last month.
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void showMonth(const QDate &first);
@@ -46,4 +48,5 @@ private:
     QLineEdit *m_curYm = nullptr;
     QLineEdit *m_curIdx = nullptr;
     QString m_chosen;
+    QDate m_today; // its cell is set in bold
 };

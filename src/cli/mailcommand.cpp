@@ -22,8 +22,8 @@ MailCommand::~MailCommand() = default;
 
 bool MailCommand::handles(const QStringList &args)
 {
-    return !args.isEmpty()
-           && (args.first() == QLatin1String("mail-test") || args.first() == QLatin1String("mail"));
+    return !args.isEmpty() &&
+           (args.first() == QLatin1String("mail-test") || args.first() == QLatin1String("mail"));
 }
 
 void MailCommand::print(QIODevice &to, const QString &text)
@@ -82,8 +82,11 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
     }
     connect(m_sender.get(), &MailSender::sent, this, done);
     m_mailer = std::make_unique<TagMailer>(files, *m_store, *m_sender, m_clock, m_prompt);
+    // Refused before any session: the detail, not the box that would have shown it.
     if (!m_mailer->SendTagMail(k))
-        return failWith(m_prompt.shown.isEmpty() ? QStringLiteral("not sent") : m_prompt.shown.last());
+        return failWith(!m_sender->lastFailure().isEmpty() ? m_sender->lastFailure()
+                        : m_prompt.shown.isEmpty()         ? QStringLiteral("not sent")
+                                                           : m_prompt.shown.last());
     return std::nullopt;
 }
 

@@ -24,6 +24,12 @@ bool ScriptedPrompt::ask(const QString &text, const QString &title)
     return answers.isEmpty() ? false : answers.takeFirst();
 }
 
+bool ScriptedPrompt::askDestructive(const QString &text, const QString &title)
+{
+    noByDefault << int(shown.size());
+    return ask(text, title);
+}
+
 std::optional<QString> ScriptedPrompt::askText(const QString &text, const QString &title,
                                                const QString &)
 {

@@ -17,6 +17,11 @@ public:
     virtual void warn(const QString &text, const QString &title = defaultTitle()) = 0;
     // Yes/No question; true for Yes.
     virtual bool ask(const QString &text, const QString &title = defaultTitle()) = 0;
+    // A question whose Yes loses something (an edit, a tag, a person): Enter answers No.
+    virtual bool askDestructive(const QString &text, const QString &title = defaultTitle())
+    {
+        return ask(text, title);
+    }
     // Input box; nullopt when cancelled.
     virtual std::optional<QString> askText(const QString &text, const QString &title,
                                            const QString &initial = {}) = 0;
@@ -30,11 +35,13 @@ public:
     void inform(const QString &text, const QString &title = defaultTitle()) override;
     void warn(const QString &text, const QString &title = defaultTitle()) override;
     bool ask(const QString &text, const QString &title = defaultTitle()) override;
+    bool askDestructive(const QString &text, const QString &title = defaultTitle()) override;
     std::optional<QString> askText(const QString &text, const QString &title,
                                    const QString &initial = {}) override;
 
     QStringList shown;  // every text, in order
     QStringList titles; // the title of each
     QList<bool> answers;
+    QList<int> noByDefault; // indexes into shown of the questions Enter answers No
     QList<std::optional<QString>> textAnswers;
 };

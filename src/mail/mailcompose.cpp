@@ -32,13 +32,11 @@ bool anyHasLineBreak(const QStringList &list)
     return std::any_of(list.begin(), list.end(), hasLineBreak);
 }
 
-// One line per non-empty address, so each list can be told apart by a reader.
+// One line per address, so each list can be told apart by a reader.
 void appendAddressLines(QByteArray &out, const char *prefix, const QStringList &list)
 {
-    for (const QString &address : list) {
-        if (!address.isEmpty())
-            out += prefix + Cp932::encode(address) + ">\r\n";
-    }
+    for (const QString &address : list)
+        out += prefix + Cp932::encode(address) + ">\r\n";
 }
 
 QByteArray toJis(const QString &text)
@@ -127,6 +125,22 @@ constexpr ContentTypeRow ContentTypes[] = {
 
 } // namespace
 
+void tidyRecipients(QStringList &to, QStringList &cc, QStringList &bcc)
+{
+    QStringList seen;
+    for (QStringList *list : {&to, &cc, &bcc}) {
+        QStringList kept;
+        for (const QString &entry : std::as_const(*list)) {
+            const QString address = entry.trimmed();
+            if (address.isEmpty() || seen.contains(address, Qt::CaseInsensitive))
+                continue;
+            seen << address;
+            kept << address;
+        }
+        *list = kept;
+    }
+}
+
 std::optional<ComposedMail> ComposeTagMail(const MailContent &mail, const QDateTime &now,
                                            QString *error)
 {
@@ -152,9 +166,12 @@ std::optional<ComposedMail> ComposeTagMail(const MailContent &mail, const QDateT
     h += "X-Mozilla-Status: 0001\r\n";
     h += "Date: " + now.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")).toLatin1() + Crlf;
     h += "From: <" + from + ">\r\n";
-    appendAddressLines(h, "To: <", mail.to);
-    appendAddressLines(h, "cc: <", mail.cc);
-    appendAddressLines(h, "bcc: <", mail.bcc);
+    // The header names the addresses the envelope sends to.
+    QStringList to = mail.to, cc = mail.cc, bcc = mail.bcc;
+    tidyRecipients(to, cc, bcc);
+    appendAddressLines(h, "To: <", to);
+    appendAddressLines(h, "cc: <", cc);
+    appendAddressLines(h, "bcc: <", bcc);
 
     const QByteArray subject = "Subject: " + toJis(mail.subject) + Crlf;
     const QByteArray text = toJis(DoubleLoneDots(mail.body));

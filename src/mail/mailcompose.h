@@ -28,6 +28,10 @@ struct ComposedMail
 // Same for every mail we send.
 inline constexpr char MailBoundary[] = "boundary_36FC9E60-C465-11CF-8056-444553540000";
 
+// The recipients as the header and the envelope both name them: trimmed, blank entries
+// dropped, each address once (compared without case) in the first list that names it.
+void tidyRecipients(QStringList &to, QStringList &cc, QStringList &bcc);
+
 // The header and body blocks of one mail. Text is CP932 first, then 7-bit JIS.
 // nullopt with a reason in *error when the subject or an address holds CR or LF
 // (they could inject commands or headers), or the attachment cannot be read.

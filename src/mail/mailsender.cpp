@@ -38,6 +38,7 @@ QString MailSender::failureMessage(bool logging, const QString &detail)
 void MailSender::reportFailure(const QString &detail)
 {
     // The log line first: the box may stay open while the user reads the log.
+    m_lastFailure = detail;
     m_log.writeStamped(detail);
     m_prompt.warn(failureMessage(m_log.isEnabled(), detail));
 }

@@ -27,6 +27,8 @@ public:
     static QString failureMessage(bool logging, const QString &detail);
     // A mail that failed before any session: logged and told like a failed one.
     void reportFailure(const QString &detail);
+    // The detail of the last failure reported that way.
+    QString lastFailure() const { return m_lastFailure; }
 
 Q_SIGNALS:
     void sent(bool ok, const QString &detail); // after each queued mail
@@ -49,4 +51,5 @@ private:
     QList<Job> m_queue;
     SmtpSession::Mode m_current = SmtpSession::Mode::Send;
     bool m_reporting = false;
+    QString m_lastFailure;
 };

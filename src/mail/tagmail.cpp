@@ -78,8 +78,10 @@ bool TagMailer::sendDirect(const TagMailSettings &recipients, const QString &tex
     return queue(c);
 }
 
-bool TagMailer::queue(const MailContent &content)
+bool TagMailer::queue(const MailContent &given)
 {
+    MailContent content = given;
+    tidyRecipients(content.to, content.cc, content.bcc);
     if (!hasAddress(content.to)) {
         m_prompt.warn(noAddressText());
         return false;

@@ -1,6 +1,7 @@
 #include "tagplacement.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 qint64 overlap(const QRect &a, const QRect &b)
@@ -86,4 +87,42 @@ QList<QPoint> arrangeTags(Corner corner, const QList<QSize> &sizes, const QRect 
         along += s.height() + gap;
     }
     return out;
+}
+
+QSize grownToFit(const QSize &stored, const QSize &fitted, const QSize &workArea)
+{
+    const auto side = [](int kept, int needed, int most) {
+        if (kept <= 0)
+            return kept;
+        return kept >= needed ? kept : std::max(kept, std::min(needed, most));
+    };
+    return {side(stored.width(), fitted.width(), workArea.width()),
+            side(stored.height(), fitted.height(), workArea.height())};
+}
+
+QPoint cascadeTag(const QPoint &start, const QSize &size, const QList<QPoint> &taken,
+                  const QRect &workArea, int step)
+{
+    const auto occupied = [&](const QPoint &p) {
+        return std::any_of(taken.begin(), taken.end(), [&](const QPoint &t) {
+            return std::abs(t.x() - p.x()) < step && std::abs(t.y() - p.y()) < step;
+        });
+    };
+    const auto fits = [&](const QPoint &p) {
+        return workArea.contains(QRect(p, size.expandedTo(QSize(1, 1))));
+    };
+    if (step <= 0 || workArea.isEmpty())
+        return start;
+    QPoint p = start;
+    for (int column = 0;;) {
+        if (!fits(p)) {
+            p = QPoint(workArea.left() + column * step, workArea.top());
+            ++column;
+            if (!fits(p))
+                return start;
+        }
+        if (!occupied(p))
+            return p;
+        p += QPoint(step, step);
+    }
 }

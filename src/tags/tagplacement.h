@@ -31,3 +31,15 @@ enum class Corner
 // right; bottom corners upwards; right corners with columns going left), gap pixels apart,
 // wrapping to a new column when the next would leave the work area.
 QList<QPoint> arrangeTags(Corner corner, const QList<QSize> &sizes, const QRect &workArea, int gap);
+
+// The size a tag keeps after its text or font changed: each side stays where the text
+// still fits in it and grows to fitted where it does not, never past the work area.
+// A side of 0 (sized to the text when shown) stays 0.
+QSize grownToFit(const QSize &stored, const QSize &fitted, const QSize &workArea);
+
+// Where a new tag goes so that it covers no other: from start, a step down and to the
+// right past each place where a tag already has its corner (within a step); when the
+// tag would leave the work area, again from its top, one step further right each time.
+// start itself when the work area has no free place.
+QPoint cascadeTag(const QPoint &start, const QSize &size, const QList<QPoint> &taken,
+                  const QRect &workArea, int step = 24);

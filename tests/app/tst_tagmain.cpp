@@ -10,11 +10,13 @@
 #include "prompt.h"
 #include "singleinstance.h"
 #include "smtpserverprocess.h"
+#include "taglist.h"
 #include "tagmain.h"
 #include "tagstore.h"
 #include "trayattach.h"
 
 #include <QFile>
+#include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QPlainTextEdit>
@@ -41,6 +43,8 @@ private Q_SLOTS:
     void settingsEntriesWriteRecordOne();
     void editorAndListsFromTheMenus();
     void dueMailTagGoesOutAtStartUp();
+    void contentMailKeepsTheChoiceUntilSent();
+    void tagListFollowsTheScheduler();
     void trayRetries_data();
     void trayRetries();
 
@@ -330,6 +334,70 @@ void TestTagMain::dueMailTagGoesOutAtStartUp()
     QVERIFY(server.commands().contains(QStringLiteral("RCPT TO:<a@example.com>")));
     QVERIFY(server.message(1).contains("Subject: "));
     QVERIFY(prompt.shown.isEmpty());
+}
+
+void TestTagMain::contentMailKeepsTheChoiceUntilSent()
+{
+    QTemporaryDir dir, refusingDir, normalDir;
+    ServerProcess refusing(refusingDir.path()), normal(normalDir.path());
+    QVERIFY(refusing.start(QStringLiteral("reject-RCPT")) && normal.start(QStringLiteral("normal")));
+    const FileSet files = FileSet::forDirectory(dir.path());
+    TagStore store(files.dt1);
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setLong(Env::SmtpPort, refusing.port);
+    env.setLong(Env::SmtpTimeStep, 0);
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag;
+    tag.setMessage(QStringLiteral("本文"));
+    QVERIFY(store.addTag(tag));
+
+    ScriptedPrompt prompt;
+    MailDesk desk(files, store, prompt, m_clock);
+    QSignalSpy sent(&desk.sender(), &MailSender::sent);
+    QSignalSpy notice(&desk, &MailDesk::notice);
+    const TagMailSettings chosen{QStringLiteral("至急"), {QStringLiteral("a@example.com")}, {}, {}};
+    desk.sendContentTo(1, chosen);
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
+    QCOMPARE(prompt.shown.size(), 1); // the failure
+    QCOMPARE(desk.contentRecipients(1), chosen);
+    QCOMPARE(notice.size(), 0);
+
+    env.setLong(Env::SmtpPort, normal.port);
+    QVERIFY(store.writeEnv(env));
+    desk.sendContentTo(1, desk.contentRecipients(1));
+    QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 2, 15000);
+    QCOMPARE(notice.size(), 1);
+    QCOMPARE(notice.first().first().toString(), MailDesk::contentSentText());
+    QCOMPARE(desk.contentRecipients(1), TagMailSettings{}); // nothing stored for the tag
+    QCOMPARE(prompt.shown.size(), 1);
+}
+
+void TestTagMain::tagListFollowsTheScheduler()
+{
+    QTemporaryDir dir;
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(store.writeEnv(EnvRecord()));
+    TagRecord tag; // up now, erased half a minute from now
+    tag.setMessage(QStringLiteral("朝会"));
+    tag.setByte(Tag::ScheduleKind, 1);
+    tag.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
+    tag.setDate(Tag::EraseDateTime, QDateTime(QDate(2024, 5, 1), QTime(10, 0, 30), QTimeZone::utc()));
+    QVERIFY(store.addTag(tag));
+    ManualClock clock(m_clock.now());
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, clock);
+    QVERIFY(main.start());
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+    main.editors()->showTagList();
+    TagList *list = main.editors()->tagList();
+    QVERIFY(list->selectTag(1));
+    const QString shown = list->infoLabel()->text();
+    clock.advance(60);
+    main.SchedulerTick();
+    QVERIFY(main.display()->shownTags().isEmpty());
+    QCOMPARE(list->infoLabel()->text(), TagListModel::describeLive(*store.readTag(1), false));
+    QVERIFY(list->infoLabel()->text() != shown);
 }
 
 void TestTagMain::trayRetries_data()

@@ -53,6 +53,7 @@ private Q_SLOTS:
     void blankCellIgnored();
     void pickThenOk();
     void cancel();
+    void keysAndDoubleClick();
 };
 
 void TestCalender::opening_data()
@@ -138,10 +139,10 @@ void TestCalender::pickThenOk()
     Calender dialog(u"2023/12/20"_s, Today);
     dialog.show();
     press(dialog, u"M_NEXT"_s);
-    QTest::mouseDClick(cell(dialog, 5), Qt::LeftButton);
+    QTest::mouseClick(cell(dialog, 5), Qt::LeftButton);
     QCOMPARE(dialog.setYmd(), u"2024/01/04"_s);
     checkHighlight(dialog, 5);
-    QTest::mouseDClick(cell(dialog, 32), Qt::LeftButton);
+    QTest::mouseClick(cell(dialog, 32), Qt::LeftButton);
     checkHighlight(dialog, 32);
     QVERIFY(dialog.chosenDate().isEmpty());
     press(dialog, u"cmd_OK"_s);
@@ -153,11 +154,30 @@ void TestCalender::cancel()
 {
     Calender dialog(u"2024/05/15"_s, Today);
     dialog.show();
-    QTest::mouseDClick(cell(dialog, 5), Qt::LeftButton);
+    QTest::mouseClick(cell(dialog, 5), Qt::LeftButton);
     QCOMPARE(dialog.setYmd(), u"2024/05/02"_s);
     press(dialog, u"cmd_Cencel"_s);
     QCOMPARE(dialog.result(), int(QDialog::Rejected));
     QVERIFY(dialog.chosenDate().isEmpty());
+}
+
+void TestCalender::keysAndDoubleClick()
+{
+    Calender dialog(u"2015/01/30"_s, Today);
+    dialog.show();
+    QTest::keyClick(&dialog, Qt::Key_Right);
+    QCOMPARE(dialog.setYmd(), u"2015/01/31"_s);
+    QTest::keyClick(&dialog, Qt::Key_Down); // into February, today's month
+    QCOMPARE(dialog.setYmd(), u"2015/02/07"_s);
+    QCOMPARE(dialog.curYm(), u"2015/02"_s);
+    QVERIFY(cell(dialog, 10)->font().bold()); // the 10th: today
+    QVERIFY(!cell(dialog, 7)->font().bold());
+    QTest::keyClick(&dialog, Qt::Key_Up);
+    QTest::keyClick(&dialog, Qt::Key_Left);
+    QCOMPARE(dialog.setYmd(), u"2015/01/30"_s);
+    QTest::mouseDClick(cell(dialog, 12), Qt::LeftButton);
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.chosenDate(), u"2015/01/08"_s);
 }
 
 QTEST_MAIN(TestCalender)

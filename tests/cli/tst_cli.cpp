@@ -147,6 +147,8 @@ private Q_SLOTS:
     void dirDefaultsToExecutableDir();
     void mailCommands_data();
     void mailCommands();
+    void mailComposeFailurePrintsDetail_data();
+    void mailComposeFailurePrintsDetail();
 };
 
 void TestCli::dumpOfFreshStore()
@@ -477,6 +479,38 @@ void TestCli::mailCommands()
     QCOMPARE(r.status, status);
     const QByteArray &where = status == 0 ? r.out : r.err;
     QVERIFY2(QString::fromUtf8(where).contains(printed), where.constData());
+}
+
+void TestCli::mailComposeFailurePrintsDetail_data()
+{
+    QTest::addColumn<bool>("logging");
+    QTest::newRow("log off") << false;
+    QTest::newRow("log on") << true;
+}
+
+void TestCli::mailComposeFailurePrintsDetail()
+{
+    QFETCH(bool, logging);
+    QTemporaryDir dir;
+    const TagStore store(dt1Of(dir.path()));
+    EnvRecord env;
+    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setByte(Env::LogEnabled, logging);
+    QVERIFY(store.writeEnv(env));
+    TagRecord tag; // a mail tag whose attachment is gone
+    tag.setMessage(QStringLiteral("本文"));
+    tag.setByte(Tag::MailFlag, 1);
+    tag.setByte(Tag::SoundFlag, 1);
+    const QString gone = dir.filePath(QStringLiteral("gone.txt"));
+    tag.setText(Tag::FilePath, gone);
+    QVERIFY(store.addTag(tag));
+    QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
+                .write(1, {QStringLiteral("件名"), {QStringLiteral("a@example.com")}, {}, {}}));
+    const Run r =
+        runCli({QStringLiteral("mail"), dir.path(), QStringLiteral("--tag"), QStringLiteral("1")});
+    QCOMPARE(r.status, 1);
+    QCOMPARE(QString::fromUtf8(r.err).trimmed(),
+             QStringLiteral("メール送信に失敗しました。　添付ファイルを読み込めません: ") + gone);
 }
 
 QTEST_GUILESS_MAIN(TestCli)

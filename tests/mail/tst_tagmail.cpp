@@ -79,8 +79,9 @@ void TestTagMail::deliversTheTagAsWritten()
     QVERIFY(MailSettingsFile(m_files.dt4)
                 .write(k, {QStringLiteral("議事録"),
                            {QStringLiteral("a@example.com"), QString(),
-                            QStringLiteral("b@example.com")},
-                           {QStringLiteral("c@example.com")},
+                            QStringLiteral(" b@example.com ")},
+                           {QStringLiteral("c@example.com"), QStringLiteral("  "),
+                            QStringLiteral("A@example.com")},
                            {}}));
 
     CommLog log(m_files.log, m_clock);
@@ -110,6 +111,13 @@ void TestTagMail::deliversTheTagAsWritten()
     QVERIFY(composed);
     const QByteArray data = m_server->message(1);
     QCOMPARE(data, composed->header + composed->body);
+    // The header names whom the envelope sent to, trimmed and once each.
+    QByteArrayList named;
+    for (const QByteArray &line : composed->header.split('\n'))
+        if (line.startsWith("To:") || line.startsWith("cc:") || line.startsWith("bcc:"))
+            named << line.trimmed();
+    QCOMPARE(named,
+             (QByteArrayList{"To: <a@example.com>", "To: <b@example.com>", "cc: <c@example.com>"}));
 }
 
 void TestTagMail::refusedBeforeAnySession_data()

@@ -4,6 +4,7 @@
 #include "soundplayer.h"
 #include "tagentry.h"
 #include "tagstore.h"
+#include "tagwindow.h"
 #include "textcalendar.h"
 
 #include <QAction>
@@ -36,6 +37,9 @@ private Q_SLOTS:
     void closeWithChanges_data();
     void closeWithChanges();
     void mailSwitch();
+    void tagGrowsWithItsText();
+    void eraseTimeTakenBack();
+    void newTagsCascade();
     void insertMenus();
 
 private:
@@ -95,8 +99,8 @@ void TestTagEntry::newTagRoundTrip()
     check("opt_Sel1");
     pick("cmb_HH", 10);
     pick("cmb_MM", 30);
-    pick("cmb_DHH", 11);
-    pick("cmb_DMM", 0);
+    pick("cmb_DHH", 12); // after "なし"
+    pick("cmb_DMM", 1);
     check("chk_Blink");
     get<QLineEdit>("txt_Xadr")->setText(u"40"_s);
     QSignalSpy stored(m_entry.get(), &TagEntry::tagStored);
@@ -172,7 +176,7 @@ void TestTagEntry::editExisting()
     QVERIFY(!get<QCheckBox>("chk_Week0")->isChecked() && !get<QCheckBox>("chk_No0")->isChecked());
     QCOMPARE(get<QComboBox>("cmb_HH")->currentText(), u"08時"_s);
     QCOMPARE(get<QComboBox>("cmb_MM")->currentText(), u"15分"_s);
-    QCOMPARE(get<QComboBox>("cmb_DHH")->currentIndex(), -1);
+    QCOMPARE(get<QComboBox>("cmb_DHH")->currentText(), u"なし"_s);
     QVERIFY(!get<QLineEdit>("txt_Date")->isEnabled() && !get<QComboBox>("cmb_Day")->isEnabled());
     QVERIFY(get<QCheckBox>("chk_Week3")->isEnabled());
     QVERIFY(!m_entry->isChanged());
@@ -191,6 +195,74 @@ void TestTagEntry::editExisting()
     QCOMPARE(tag->tagNumber(), u"00001"_s);
     QCOMPARE(tag->text(Tag::SenderName), u"総務"_s);
     QCOMPARE(tag->longValue(Tag::Width), 240);
+}
+
+void TestTagEntry::eraseTimeTakenBack()
+{
+    TagRecord t;
+    t.setMessage(u"昼休み"_s);
+    t.setByte(Tag::ScheduleKind, 2);
+    t.setDate(Tag::DisplayDateTime, QDateTime(QDate(1900, 1, 1), QTime(12, 0), Qt::UTC));
+    t.setText(Tag::EraseTime, u"12:45"_s);
+    QCOMPARE(m_store->addTag(t).value_or(0), 1);
+    QVERIFY(m_entry->openTag(1));
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentText(), u"45分"_s);
+    QTest::keyClick(get<QComboBox>("cmb_DHH"), Qt::Key_Home); // the first entry
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentIndex(), 0);
+    click("Command1");
+    QCOMPARE(m_prompt.shown, QStringList());
+    QCOMPARE(m_store->readTag(1)->text(Tag::EraseTime), QString());
+    // Delete on either list takes the time back as well.
+    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    QVERIFY(m_entry->openTag(1));
+    pick("cmb_DHH", 14);
+    pick("cmb_DMM", 2);
+    QTest::keyClick(get<QComboBox>("cmb_DMM"), Qt::Key_Delete);
+    QCOMPARE(get<QComboBox>("cmb_DHH")->currentText(), u"なし"_s);
+    QCOMPARE(get<QComboBox>("cmb_DMM")->currentText(), u"なし"_s);
+}
+
+void TestTagEntry::tagGrowsWithItsText()
+{
+    TagRecord t;
+    t.setMessage(u"アラーム：お"_s);
+    t.setLong(Tag::Width, 120);
+    t.setLong(Tag::Height, 24);
+    QCOMPARE(m_store->addTag(t).value_or(0), 1);
+    const auto shows = [](const TagRecord &tag) {
+        TagWindow w(1, tag, EnvRecord());
+        w.show();
+        const QLabel *l = w.label();
+        return l->height() >= l->heightForWidth(l->width());
+    };
+    // Only the time changes: the size stays as the user left it.
+    QVERIFY(m_entry->openTag(1));
+    pick("cmb_HH", 9);
+    click("Command1");
+    QCOMPARE(m_store->readTag(1)->longValue(Tag::Height), 24);
+
+    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    QVERIFY(m_entry->openTag(1));
+    get<QPlainTextEdit>("txt_Message")
+        ->setPlainText(u"アラーム：お客様へ見積書を送る\n午後の会議\n資料は3部\n会議室B"_s);
+    click("Command1");
+    const auto tag = m_store->readTag(1);
+    QVERIFY(shows(*tag));
+    QVERIFY(tag->longValue(Tag::Width) > 120);
+}
+
+void TestTagEntry::newTagsCascade()
+{
+    QList<QPoint> places;
+    for (int i = 0; i < 3; ++i) {
+        m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+        m_entry->openNew();
+        get<QPlainTextEdit>("txt_Message")->setPlainText(u"メモ"_s);
+        click("Command1");
+        const auto tag = m_store->readTag(i + 1);
+        places << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
+    }
+    QCOMPARE(places, (QList<QPoint>{{100, 100}, {124, 124}, {148, 148}}));
 }
 
 void TestTagEntry::trash_data()
@@ -248,6 +320,7 @@ void TestTagEntry::closeWithChanges()
         u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s};
     QCOMPARE(m_prompt.shown, change ? asked : QStringList());
     QCOMPARE(m_prompt.titles, change ? QStringList{u"終了確認"_s} : QStringList());
+    QCOMPARE(m_prompt.noByDefault, change ? QList<int>{0} : QList<int>()); // Enter keeps the edit
     QCOMPARE(m_store->tagCount(), 0);
 }
 
@@ -303,6 +376,13 @@ void TestTagEntry::insertMenus()
     message->clear();
     months.at(1)->trigger();
     QCOMPARE(message->toPlainText(), textCalendar(2024, 6));
+    // Between words, it goes on lines of its own.
+    message->setPlainText(u"予定 メモ"_s);
+    QTextCursor at = message->textCursor();
+    at.setPosition(2);
+    message->setTextCursor(at);
+    months.at(1)->trigger();
+    QCOMPARE(message->toPlainText(), u"予定\n"_s + textCalendar(2024, 6) + u"\n メモ"_s);
 
     message->clear();
     m_prompt.textAnswers = {u"2025/13"_s, u"2025/2"_s};

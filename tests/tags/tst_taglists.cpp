@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QTemporaryDir>
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void emptyTrash();
     void restoreSeveral();
     void popupOnARow();
+    void keysAndFilter();
 
 private:
     QString mark(int k) const { return m_store->readTag(k)->stateMark(); }
@@ -245,6 +247,33 @@ void TestTagLists::popupOnARow()
     QTRY_VERIFY(list.popupMenu()->isVisible());
     QCOMPARE(list.selectedTag(), 3);
     list.popupMenu()->close();
+}
+
+void TestTagLists::keysAndFilter()
+{
+    TagList list(*m_store, m_prompt, m_host);
+    list.show();
+    auto *filter = list.findChild<QLineEdit *>(u"txt_Filter"_s);
+    QVERIFY(filter);
+    QTest::keyClicks(filter, u"TAG 3"_s);
+    QCOMPARE(list.list()->count(), 1);
+    filter->clear();
+    QCOMPARE(list.list()->count(), 4);
+
+    QVERIFY(list.selectTag(2));
+    QTest::keyClick(list.list(), Qt::Key_Return);
+    QTest::keyClick(list.list(), Qt::Key_Delete);
+    QCOMPARE(m_host.calls, (QStringList{u"openEditor 2"_s, u"tagTrashed 2"_s}));
+    QCOMPARE(mark(2), u"D"_s);
+    QTest::keyClick(list.list(), Qt::Key_Escape);
+    QVERIFY(!list.isVisible());
+
+    TrashList trash(*m_store, m_prompt, m_host);
+    QVERIFY(trash.selectTag(5));
+    m_prompt.answers = {true};
+    QTest::keyClick(trash.list(), Qt::Key_Delete);
+    QCOMPARE(m_prompt.noByDefault, QList<int>{0});
+    QCOMPARE(m_host.calls.last(), u"tagDeletedForGood 5"_s);
 }
 
 QTEST_MAIN(TestTagLists)

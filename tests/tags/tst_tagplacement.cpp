@@ -19,6 +19,10 @@ private Q_SLOTS:
     void arrange();
     void bounded_data();
     void bounded();
+    void grow_data();
+    void grow();
+    void cascade_data();
+    void cascade();
 };
 
 void TestTagPlacement::place_data()
@@ -120,6 +124,69 @@ void TestTagPlacement::arrange()
     QFETCH(int, gap);
     QFETCH(Points, expected);
     QCOMPARE(arrangeTags(corner, sizes, area, gap), expected);
+}
+
+void TestTagPlacement::grow_data()
+{
+    QTest::addColumn<QSize>("stored");
+    QTest::addColumn<QSize>("fitted");
+    QTest::addColumn<QSize>("grown");
+    QTest::newRow("text fits: kept") << QSize(200, 100) << QSize(150, 80) << QSize(200, 100);
+    QTest::newRow("more lines: taller") << QSize(200, 40) << QSize(150, 90) << QSize(200, 90);
+    QTest::newRow("bigger font: both") << QSize(200, 40) << QSize(320, 90) << QSize(320, 90);
+    QTest::newRow("up to the work area") << QSize(200, 40) << QSize(1600, 900) << QSize(1280, 760);
+    QTest::newRow("sized to text stays") << QSize(0, 0) << QSize(320, 90) << QSize(0, 0);
+    QTest::newRow("width only") << QSize(200, 0) << QSize(320, 90) << QSize(320, 0);
+    QTest::newRow("wider than the area") << QSize(1500, 40) << QSize(100, 90) << QSize(1500, 90);
+}
+
+void TestTagPlacement::grow()
+{
+    QFETCH(QSize, stored);
+    QFETCH(QSize, fitted);
+    QFETCH(QSize, grown);
+    QCOMPARE(grownToFit(stored, fitted, One.first().size()), grown);
+}
+
+void TestTagPlacement::cascade_data()
+{
+    QTest::addColumn<QPoint>("start");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<Points>("taken");
+    QTest::addColumn<QPoint>("placed");
+    const QSize tag(200, 120);
+    // Corners one step apart down to the lowest that keeps a tag above the task bar.
+    const auto diagonal = [](QPoint from, int count) {
+        Points p;
+        for (int i = 0; i < count; ++i)
+            p << from + QPoint(24 * i, 24 * i);
+        return p;
+    };
+    const Points chain = diagonal({100, 100}, 23); // the last at 628 + 120 = 748
+    QTest::newRow("nothing there") << QPoint(100, 100) << tag << Points{} << QPoint(100, 100);
+    QTest::newRow("the default taken")
+        << QPoint(100, 100) << tag << Points{{100, 100}} << QPoint(124, 124);
+    QTest::newRow("after the last")
+        << QPoint(100, 100) << tag << diagonal({100, 100}, 3) << QPoint(172, 172);
+    QTest::newRow("close by counts")
+        << QPoint(100, 100) << tag << Points{{110, 90}} << QPoint(124, 124);
+    QTest::newRow("a step off is free")
+        << QPoint(100, 100) << tag << Points{{124, 76}} << QPoint(100, 100);
+    QTest::newRow("bottom: from the top") << QPoint(100, 100) << tag << chain << QPoint(0, 0);
+    QTest::newRow("next column") << QPoint(100, 100) << tag << chain + diagonal({0, 0}, 27)
+                                 << QPoint(24, 0);
+    QTest::newRow("start off the area") << QPoint(2000, 100) << tag << Points{} << QPoint(0, 0);
+    QTest::newRow("wider than the area")
+        << QPoint(100, 100) << QSize(1500, 100) << Points{{100, 100}} << QPoint(100, 100);
+}
+
+void TestTagPlacement::cascade()
+{
+    QFETCH(QPoint, start);
+    QFETCH(QSize, size);
+    QFETCH(Points, taken);
+    QFETCH(QPoint, placed);
+    QCOMPARE(cascadeTag(start, size, taken, One.first()), placed);
 }
 
 QTEST_APPLESS_MAIN(TestTagPlacement)

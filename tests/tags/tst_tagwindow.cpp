@@ -46,6 +46,8 @@ private Q_SLOTS:
     void dragAndDoubleClick();
     void fitToText();
     void hostileGeometryIsBounded();
+    void fitKeepsLinesWhole_data();
+    void fitKeepsLinesWhole();
     void menu();
     void printing();
     void firstUrl_data();
@@ -246,6 +248,42 @@ void TestTagWindow::fitToText()
     t.setMessage(u"word "_s.repeated(80)); // wraps at the widest a tag gets
     w.refresh(t, EnvRecord());
     QCOMPARE(TagActions::fitToText(w).width(), w.maxTextWidth() + 2 * w.borderWidth());
+}
+
+void TestTagWindow::fitKeepsLinesWhole_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("font");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("italic");
+    QTest::newRow("latin") << u"Meeting at ten, room 3F"_s << u"DejaVu Sans"_s << 12 << false;
+    QTest::newRow("latin italic") << u"Wolf will wait, WWW"_s << u"DejaVu Serif"_s << 16 << true;
+    QTest::newRow("japanese") << u"アラーム：お客様に電話\r\n13時"_s << u"Noto Sans CJK JP"_s << 14
+                              << false;
+    QTest::newRow("half-width kana") << u"ｽｹｼﾞｭｰﾙ確認 ﾒｰﾙ送信"_s << u"Noto Sans CJK JP"_s << 11
+                                     << true;
+    QTest::newRow("fallback") << u"会議の資料を印刷 bold"_s << u"ＭＳ Ｐゴシック"_s << 12 << false;
+    QTest::newRow("tab") << u"予定\t10:00\t会議室"_s << u"DejaVu Sans"_s << 12 << false;
+}
+
+void TestTagWindow::fitKeepsLinesWhole()
+{
+    QFETCH(QString, message);
+    QFETCH(QString, font);
+    QFETCH(int, size);
+    QFETCH(bool, italic);
+    TagRecord t = makeTag(message);
+    t.setText(Tag::FontName, font);
+    t.setByte(Tag::FontSize, size);
+    t.setByte(Tag::FontItalic, italic);
+    t.setLong(Tag::Width, 60);
+    TagWindow w(1, t, EnvRecord());
+    w.show();
+    TagActions::fitToText(w);
+    // Laid out at the width it got, the label needs no more lines than the text has.
+    const QLabel *l = w.label();
+    QCOMPARE(l->heightForWidth(l->width()), l->heightForWidth(10000));
+    QVERIFY(l->height() >= l->heightForWidth(l->width()));
 }
 
 void TestTagWindow::menu()

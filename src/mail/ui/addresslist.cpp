@@ -335,7 +335,8 @@ void AddressList::deletePerson()
         return;
     }
     const QString name = m_work.people().at(row).name;
-    if (!m_prompt.ask(AddressBook::removePersonQuestion(name), AddressBook::deleteTitle()))
+    if (!m_prompt.askDestructive(AddressBook::removePersonQuestion(name),
+                                 AddressBook::deleteTitle()))
         return;
     m_work.removePerson(row);
     m_editRow = -1;
@@ -351,7 +352,8 @@ void AddressList::deleteGroup()
         return;
     }
     const QString group = m_work.groups().at(index);
-    if (!m_prompt.ask(AddressBook::removeGroupQuestion(group), AddressBook::deleteTitle()))
+    if (!m_prompt.askDestructive(AddressBook::removeGroupQuestion(group),
+                                 AddressBook::deleteTitle()))
         return;
     m_work.removeGroup(index);
     changed();

@@ -138,19 +138,31 @@ void SendMail::filter(int groupIndex)
 
 void SendMail::add(Target target)
 {
+    // Typed addresses win over the selection: a group still chosen from an earlier
+    // press would otherwise be added a second time. They may be several, separated
+    // by blanks, commas or semicolons.
+    static const QRegularExpression separators(QStringLiteral("[\\s,;]+"));
+    const QStringList typed = m_typed->text().split(separators, Qt::SkipEmptyParts);
+    if (!typed.isEmpty()) {
+        for (const QString &address : typed)
+            addAddress(target, address);
+        m_typed->clear();
+        return;
+    }
     for (const QListWidgetItem *item : m_people->selectedItems())
         addAddress(target, item->data(Qt::UserRole).toString());
-    // Typed addresses may be several, separated by blanks, commas or semicolons.
-    static const QRegularExpression separators(QStringLiteral("[\\s,;]+"));
-    for (const QString &address : m_typed->text().split(separators, Qt::SkipEmptyParts))
-        addAddress(target, address);
-    m_typed->clear();
 }
 
-void SendMail::addAddress(Target target, const QString &address)
+void SendMail::addAddress(Target target, const QString &given)
 {
-    if (address.isEmpty() || addresses(target).contains(address, Qt::CaseInsensitive))
+    // Each person gets the mail once: an address already in To, Cc or Bcc stays where it is.
+    const QString address = given.trimmed();
+    if (address.isEmpty())
         return;
+    for (int t = 0; t < Targets; ++t) {
+        if (addresses(Target(t)).contains(address, Qt::CaseInsensitive))
+            return;
+    }
     const int row = m_book.indexOfAddress(address);
     const QString shown =
         row < 0 ? address : QStringLiteral("%1 <%2>").arg(m_book.people()[row].name, address);

@@ -34,7 +34,7 @@ private:
 
     void filter(int groupIndex);
     void add(Target target);
-    void addAddress(Target target, const QString &address);
+    void addAddress(Target target, const QString &given);
     void removeSelected();
     QStringList addresses(Target target) const;
 

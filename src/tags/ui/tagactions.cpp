@@ -1,5 +1,6 @@
 #include "tagactions.h"
 
+#include "tagplacement.h"
 #include "tagwindow.h"
 
 #include <QClipboard>
@@ -117,6 +118,21 @@ QSize fitToText(TagWindow &window)
     const QSize size = window.fittedSize();
     window.resize(size);
     return size;
+}
+
+TagRecord grownToText(const TagRecord &tag, const EnvRecord &env)
+{
+    TagRecord unsized = tag;
+    unsized.setLong(Tag::Width, 0);
+    unsized.setLong(Tag::Height, 0);
+    const QSize fitted = TagWindow(0, unsized, env).fittedSize();
+    const QSize area = TagWindow::workAreas().value(0, QRect(0, 0, 1024, 768)).size();
+    const QSize size = grownToFit(
+        QSize(int(tag.longValue(Tag::Width)), int(tag.longValue(Tag::Height))), fitted, area);
+    TagRecord out = tag;
+    out.setLong(Tag::Width, size.width());
+    out.setLong(Tag::Height, size.height());
+    return out;
 }
 
 TagRecord withDefaults(const TagRecord &tag, const EnvRecord &env)

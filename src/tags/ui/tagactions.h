@@ -36,6 +36,10 @@ bool openUrl(const QString &text);
 // サイズを最適化する: the window takes the size of its text; returns the new size.
 QSize fitToText(TagWindow &window);
 
+// The tag after its text or font changed: its stored size grown where the text no longer
+// fits, up to the work area.
+TagRecord grownToText(const TagRecord &tag, const EnvRecord &env);
+
 // 配色等を現在の規定値にする: the tag with font, colours, borders, top-most, blink and
 // transparency taken from the current defaults.
 TagRecord withDefaults(const TagRecord &tag, const EnvRecord &env);

@@ -6,6 +6,7 @@
 #include "prompt.h"
 #include "soundplayer.h"
 #include "tagactions.h"
+#include "tagplacement.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "textcalendar.h"
@@ -22,6 +23,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QIntValidator>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -63,6 +65,7 @@ void choose(QComboBox *c, int index)
     c->setCurrentIndex(index >= 0 && index < c->count() ? index : -1);
 }
 
+const QString NoEraseTime = u"なし"_s;
 const QString SoundCaption = u"ｻｳﾝﾄﾞを鳴らす。"_s;
 const QString AttachCaption = u"ﾒｰﾙにﾌｧｲﾙを添付する。"_s;
 const QString MailTip = u"指定された内容をＥ－Ｍａｉｌで送ります。（又、現在設定されている送り先を"
@@ -222,8 +225,17 @@ QWidget *TagEntry::buildSchedule()
     connect(m_calender2, &QPushButton::clicked, this, [this] { pickDate(m_ddate, m_date); });
     m_hh = combo("cmb_HH", TagEntryText::hourItems());
     m_mm = combo("cmb_MM", TagEntryText::minuteItems());
-    m_dhh = combo("cmb_DHH", TagEntryText::hourItems());
-    m_dmm = combo("cmb_DMM", TagEntryText::minuteItems());
+    // The erase time starts with "なし", so a time once picked can be taken back;
+    // taking back either half takes back both.
+    m_dhh = combo("cmb_DHH", QStringList{NoEraseTime} + TagEntryText::hourItems());
+    m_dmm = combo("cmb_DMM", QStringList{NoEraseTime} + TagEntryText::minuteItems());
+    for (QComboBox *c : {m_dhh, m_dmm}) {
+        connect(c, &QComboBox::activated, this, [this](int index) {
+            if (index == 0)
+                clearEraseTime();
+        });
+        c->installEventFilter(this);
+    }
     m_day = combo("cmb_Day", TagEntryText::dayItems());
 
     auto *grid = new QGridLayout;
@@ -377,8 +389,19 @@ void TagEntry::openNew()
     TagRecord base = TagActions::withDefaults(TagRecord(), settings);
     base.setLong(Tag::Width, settings.integer(Env::DefaultWidth));
     base.setLong(Tag::Height, settings.integer(Env::DefaultHeight));
-    base.setLong(Tag::PosX, settings.integer(Env::DefaultX));
-    base.setLong(Tag::PosY, settings.integer(Env::DefaultY));
+    // A new tag goes where it covers none of the others.
+    QList<QPoint> taken;
+    for (int k = 1, count = m_store.tagCount(); k <= count; ++k) {
+        const auto tag = m_store.readTag(k);
+        if (tag && tag->stateMark() == QLatin1String(TagRecord::Live))
+            taken << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
+    }
+    const QSize size(settings.integer(Env::DefaultWidth), settings.integer(Env::DefaultHeight));
+    const QPoint at =
+        cascadeTag(QPoint(settings.integer(Env::DefaultX), settings.integer(Env::DefaultY)), size,
+                   taken, TagWindow::workAreas().value(0));
+    base.setLong(Tag::PosX, at.x());
+    base.setLong(Tag::PosY, at.y());
     TagEntryInput in = fromRecord(base);
     in.date = TagEntryText::formatDate(m_clock.now().date());
     const int kind = settings.text(Env::DefaultScheduleKind).toInt();
@@ -453,8 +476,8 @@ void TagEntry::load(const TagEntryInput &in)
     m_ddate->setText(in.eraseDate);
     choose(m_hh, in.hour);
     choose(m_mm, in.minute);
-    choose(m_dhh, in.eraseHour);
-    choose(m_dmm, in.eraseMinute);
+    choose(m_dhh, in.eraseHour + 1);
+    choose(m_dmm, in.eraseMinute + 1);
     choose(m_day, in.dayIndex);
     for (int i = 0; i < 7; ++i)
         m_week[i]->setChecked(in.weekdays[i]);
@@ -489,8 +512,8 @@ TagEntryInput TagEntry::input() const
     in.eraseDate = m_ddate->text();
     in.hour = m_hh->currentIndex();
     in.minute = m_mm->currentIndex();
-    in.eraseHour = m_dhh->currentIndex();
-    in.eraseMinute = m_dmm->currentIndex();
+    in.eraseHour = std::max(m_dhh->currentIndex(), 0) - 1;
+    in.eraseMinute = std::max(m_dmm->currentIndex(), 0) - 1;
     in.dayIndex = m_day->currentIndex();
     for (int i = 0; i < 7; ++i)
         in.weekdays[i] = m_week[i]->isChecked();
@@ -603,7 +626,12 @@ void TagEntry::storeTag()
         if (const auto stored = m_store.readTag(m_k))
             record = *stored;
     }
+    const TagRecord before = record;
     applyTo(in, record);
+    // More text or a bigger font must not leave the tag showing only its first words.
+    if (record.message() != before.message() ||
+        TagWindow::fontOf(record) != TagWindow::fontOf(before))
+        record = TagActions::grownToText(record, env());
     QString error;
     int k = m_k;
     if (k == 0) {
@@ -628,7 +656,7 @@ void TagEntry::trashTag()
 {
     if (m_k <= 0)
         return;
-    if (!m_prompt.ask(
+    if (!m_prompt.askDestructive(
             u"現在編集を行っているタグをごみ箱に入れます。（削除する）。よろしいですか？"_s,
             u"削除の確認"_s))
         return;
@@ -743,9 +771,35 @@ void TagEntry::insertText(const QString &text)
         m_message->insertPlainText(text);
 }
 
+bool TagEntry::eventFilter(QObject *watched, QEvent *event)
+{
+    // Delete on either half of the erase time takes the time back.
+    if ((watched == m_dhh || watched == m_dmm) && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+        clearEraseTime();
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void TagEntry::clearEraseTime()
+{
+    m_dhh->setCurrentIndex(0);
+    m_dmm->setCurrentIndex(0);
+}
+
 void TagEntry::insertCalendar(const QDate &month)
 {
-    insertText(textCalendar(month.year(), month.month()));
+    // Its columns line up only from the start of a line: a calendar never shares
+    // a line with other text.
+    QString calendar = textCalendar(month.year(), month.month());
+    if (calendar.isEmpty())
+        return;
+    if (!m_message->textCursor().atBlockStart())
+        calendar.prepend(u'\n');
+    if (!m_message->textCursor().atBlockEnd())
+        calendar.append(u'\n');
+    insertText(calendar);
 }
 
 void TagEntry::askCalendarMonth()
@@ -768,7 +822,7 @@ void TagEntry::askCalendarMonth()
 void TagEntry::done(int result)
 {
     if (result != QDialog::Accepted && m_changed &&
-        !m_prompt.ask(
+        !m_prompt.askDestructive(
             u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s,
             u"終了確認"_s))
         return;

@@ -58,6 +58,9 @@ Q_SIGNALS:
     void tagTrashed(int k);
     void mailRecipientsRequested(int k);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void buildControls();
     QLayout *buildLook();
@@ -86,6 +89,7 @@ private:
     void pickDate(QLineEdit *field, QLineEdit *fallback);
     void insertText(const QString &text);
     void insertCalendar(const QDate &month);
+    void clearEraseTime();
     void askCalendarMonth();
 
     EnvRecord env() const;

@@ -39,6 +39,7 @@ TagList::TagList(const TagStore &store, Prompt &prompt, TagListHost &host, QWidg
             this, &TagList::trashSelected);
 
     connect(list(), &QListWidget::itemDoubleClicked, this, &TagList::update);
+    addFilter();
     finishSetUp();
 }
 

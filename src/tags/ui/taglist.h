@@ -22,6 +22,8 @@ public:
 
 protected:
     QString describe(const TagRecord &tag, int k) const override;
+    void enterPressed() override { update(); }
+    void deletePressed() override { trashSelected(); }
 
 private:
     // The selected tag when the editor may be opened on it, else 0 after saying why.

@@ -3,7 +3,9 @@
 #include "tagstore.h"
 
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
@@ -39,6 +41,41 @@ TagListWindow::TagListWindow(TagListModel::View view, const TagStore &store, Pro
     connect(m_list, &QListWidget::itemSelectionChanged, this, &TagListWindow::showInfo);
     connect(m_list, &QListWidget::currentItemChanged, this, &TagListWindow::showInfo);
     connect(m_list, &QWidget::customContextMenuRequested, this, &TagListWindow::openPopup);
+    m_list->installEventFilter(this);
+}
+
+void TagListWindow::addFilter()
+{
+    m_filter = new QLineEdit;
+    m_filter->setObjectName(QStringLiteral("txt_Filter"));
+    m_filter->setPlaceholderText(QStringLiteral("絞り込み"));
+    m_filter->setClearButtonEnabled(true);
+    static_cast<QVBoxLayout *>(centralWidget()->layout())->insertWidget(0, m_filter);
+    connect(m_filter, &QLineEdit::textChanged, this, &TagListWindow::refill);
+    m_filter->installEventFilter(this);
+}
+
+bool TagListWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        switch (static_cast<QKeyEvent *>(event)->key()) {
+        case Qt::Key_Escape:
+            close();
+            return true;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            if (watched == m_list)
+                enterPressed();
+            return watched == m_list;
+        case Qt::Key_Delete:
+            if (watched == m_list)
+                deletePressed();
+            return watched == m_list;
+        default:
+            break;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void TagListWindow::finishSetUp()
@@ -64,7 +101,10 @@ void TagListWindow::refill()
 {
     const QList<int> keep = selectedTags();
     m_list->clear();
+    const QString wanted = m_filter ? m_filter->text().trimmed() : QString();
     for (const TagListRow &row : m_model.rows(m_view)) {
+        if (!wanted.isEmpty() && !row.text.contains(wanted, Qt::CaseInsensitive))
+            continue;
         auto *item = new QListWidgetItem(row.text, m_list);
         item->setData(Qt::UserRole, row.k);
         item->setSelected(keep.contains(row.k));

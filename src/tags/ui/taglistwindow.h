@@ -6,6 +6,7 @@
 
 class Prompt;
 class QLabel;
+class QLineEdit;
 class QListWidget;
 class QMenu;
 class TagListHost;
@@ -37,11 +38,17 @@ Q_SIGNALS:
     void closed();
 
 protected:
-    TagListWindow(TagListModel::View view, const TagStore &store, Prompt &prompt,
-                  TagListHost &host, QWidget *parent);
+    TagListWindow(TagListModel::View view, const TagStore &store, Prompt &prompt, TagListHost &host,
+                  QWidget *parent);
 
     // The text under the list for tag k.
     virtual QString describe(const TagRecord &tag, int k) const = 0;
+    // Enter and Delete on the list (Esc closes the window).
+    virtual void enterPressed() {}
+    virtual void deletePressed() {}
+    // A box above the list that keeps only the rows holding its text.
+    void addFilter();
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
     // The menu "ﾌｧｲﾙ(&F)".
     QMenu *fileMenu() const { return m_file; }
@@ -65,4 +72,5 @@ private:
     QLabel *m_info;
     QMenu *m_popup;
     QMenu *m_file;
+    QLineEdit *m_filter = nullptr;
 };

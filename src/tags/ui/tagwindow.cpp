@@ -103,8 +103,8 @@ TagWindow::TagWindow(int k, const TagRecord &tag, const EnvRecord &env, QWidget 
         m_swapped = !m_swapped;
         applyColors();
     });
-    // A window manager moving the window sends no release; the move is over once
-    // the window has stood still for a moment.
+    // A window manager moving the window sends no release, and it or anything else
+    // may move the window later still: a move is over once it has stood still a moment.
     m_moveSettle->setSingleShot(true);
     m_moveSettle->setInterval(MoveSettleMs);
     connect(m_moveSettle, &QTimer::timeout, this, &TagWindow::finishMove);
@@ -167,6 +167,7 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
         size.setHeight(stored.height());
     const QRect wanted = boundedGeometry(stored.x(), stored.y(), size.width(), size.height(), areas);
     setGeometry(placeTag(wanted, areas, env.autoPosition()));
+    m_placed = pos();
     layoutLabels();
     update();
 }
@@ -210,11 +211,13 @@ QSize TagWindow::fittedSize() const
 {
     const QString t = m_label->text().isEmpty() ? QStringLiteral(" ") : m_label->text();
     const QFontMetrics fm(m_label->font());
-    // The widest line as it stands, then wrapped only where it is too wide.
+    // The widest line as it stands, then wrapped only where it is too wide. A character's
+    // width to spare: the label lays text out with its own rounding and would otherwise
+    // wrap the longest line.
     const int natural = fm.boundingRect(QRect(0, 0, QWIDGETSIZE_MAX / 2, QWIDGETSIZE_MAX / 2),
                                         Qt::TextExpandTabs, t)
                             .width() +
-                        2;
+                        fm.averageCharWidth();
     int textWidth = std::min(natural, maxTextWidth());
     if (!m_note->isHidden())
         textWidth = std::max(textWidth, std::min(m_note->sizeHint().width(), maxTextWidth()));
@@ -359,18 +362,20 @@ void TagWindow::handleRelease(QMouseEvent *event)
 
 void TagWindow::finishMove()
 {
-    if (m_drag == Drag::None)
-        return;
     m_drag = Drag::None;
     m_moveSettle->stop();
-    if (pos() != m_dragStartPos)
-        Q_EMIT moved(m_k, pos());
+    if (pos() == m_placed)
+        return;
+    m_placed = pos();
+    Q_EMIT moved(m_k, pos());
 }
 
 void TagWindow::moveEvent(QMoveEvent *event)
 {
     QWidget::moveEvent(event);
-    if (m_drag == Drag::System)
+    // Moves the window system reports (its own drag, one after ours ended, another
+    // program's) end where the window comes to rest; ours are stored as they end.
+    if (event->spontaneous() && isVisible() && m_drag != Drag::Manual)
         m_moveSettle->start();
 }
 

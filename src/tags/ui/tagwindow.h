@@ -106,4 +106,5 @@ private:
     Drag m_drag = Drag::None;
     QPoint m_pressGlobal;
     QPoint m_dragStartPos;
+    QPoint m_placed; // where the window was put or last reported moved to
 };

@@ -65,7 +65,7 @@ void TrashList::deleteSelected()
     const QList<int> ks = selectedTags();
     if (ks.isEmpty())
         return;
-    if (!m_prompt.ask(
+    if (!m_prompt.askDestructive(
             QStringLiteral("現在選択されているタグをごみ箱から削除します。よろしいですか？"),
             confirmTitle()))
         return;
@@ -81,8 +81,9 @@ void TrashList::deleteSelected()
 
 void TrashList::emptyTrash()
 {
-    if (!m_prompt.ask(QStringLiteral("ごみ箱を空にします。元には戻せません、よろしいですか？"),
-                      confirmTitle()))
+    if (!m_prompt.askDestructive(
+            QStringLiteral("ごみ箱を空にします。元には戻せません、よろしいですか？"),
+            confirmTitle()))
         return;
     m_host.stopMidi();
     QString why;

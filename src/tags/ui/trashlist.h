@@ -17,4 +17,5 @@ public:
 
 protected:
     QString describe(const TagRecord &tag, int k) const override;
+    void deletePressed() override { deleteSelected(); }
 };
