@@ -57,9 +57,9 @@ FrmNetwork::FrmNetwork(QWidget *parent) : QDialog(parent)
         return b;
     };
     connect(button("cmd_Back", QStringLiteral("前へ")), &QPushButton::clicked, this,
-            [this] { show(m_page - 1); });
+            [this] { showPage(m_page - 1); });
     connect(button("cmd_Next", QStringLiteral("次へ")), &QPushButton::clicked, this,
-            [this] { show(m_page + 1); });
+            [this] { showPage(m_page + 1); });
     connect(button("cmd_Retry", QStringLiteral("再取得")), &QPushButton::clicked, this,
             &FrmNetwork::reload);
     connect(button("cmd_Exit", QStringLiteral("閉じる")), &QPushButton::clicked, this,
@@ -72,10 +72,10 @@ FrmNetwork::FrmNetwork(QWidget *parent) : QDialog(parent)
 void FrmNetwork::reload()
 {
     m_adapters = QNetworkInterface::allInterfaces();
-    show(0);
+    showPage(0);
 }
 
-void FrmNetwork::show(int page)
+void FrmNetwork::showPage(int page)
 {
     if (m_adapters.isEmpty()) {
         m_page = 0;

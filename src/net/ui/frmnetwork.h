@@ -21,7 +21,7 @@ public:
 
 private:
     void reload();
-    void show(int page);
+    void showPage(int page);
 
     QList<QNetworkInterface> m_adapters;
     int m_page = 0;
