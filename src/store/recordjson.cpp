@@ -71,10 +71,18 @@ QJsonValue plainElementToJson(const FixedRecord &r, int field, int index)
 QJsonValue elementToJson(const FixedRecord &r, int field, int index)
 {
     const QJsonValue plain = plainElementToJson(r, field, index);
-    FixedRecord again = r;
-    QString ignored;
-    if (elementFromJson(plain, again, field, index, &ignored) &&
-        again.raw(field, index) == r.raw(field, index))
+    const FieldDef &f = r.layout()[field];
+    bool same = true; // numbers always come back as they were
+    if (f.type == FieldType::Text) {
+        const QString text = plain.toString();
+        same = textProblem(text).isEmpty() && Cp932::toField(text, f.length) == r.rawText(field, index);
+    } else if (f.type == FieldType::Date) {
+        FixedRecord again = r;
+        QString ignored;
+        same = elementFromJson(plain, again, field, index, &ignored) &&
+               again.raw(field, index) == r.raw(field, index);
+    }
+    if (same)
         return plain;
     return QJsonObject{{BytesKey, QString::fromLatin1(r.raw(field, index).toHex())}};
 }
