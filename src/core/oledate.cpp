@@ -38,12 +38,15 @@ QString format(const QDateTime &wallClock)
 
 QDateTime parse(const QString &text)
 {
-    if (text.size() != 19)
+    if (text.size() != 19 || text[10] != u' ')
         return {};
-    QDateTime dt = QDateTime::fromString(text, QStringLiteral("yyyy/MM/dd hh:mm:ss"));
-    if (!dt.isValid())
+    // Date and time apart: a stored wall time inside this zone's spring gap is
+    // still a wall time, though no local moment has it.
+    const QDate date = QDate::fromString(text.left(10), QStringLiteral("yyyy/MM/dd"));
+    const QTime time = QTime::fromString(text.mid(11), QStringLiteral("hh:mm:ss"));
+    if (!date.isValid() || !time.isValid())
         return {};
-    return QDateTime(dt.date(), dt.time(), QTimeZone::utc());
+    return QDateTime(date, time, QTimeZone::utc());
 }
 
 QDateTime noDate()

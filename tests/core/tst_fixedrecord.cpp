@@ -113,6 +113,9 @@ void TestFixedRecord::dateTextForm()
     QCOMPARE(OleDate::parse(QStringLiteral("0001/01/01 00:00:00")), wall(1, 1, 1));
     QVERIFY(!OleDate::parse(QStringLiteral("2024/02/30 00:00:00")).isValid());
     QVERIFY(!OleDate::parse(QStringLiteral("2024/5/1 00:00:00")).isValid());
+    QVERIFY(!OleDate::parse(QStringLiteral("2024/05/01T00:00:00")).isValid());
+    // Run in Europe/Berlin, where 02:30 on that day is in the spring gap.
+    QCOMPARE(OleDate::parse(QStringLiteral("2024/03/31 02:30:00")), wall(2024, 3, 31, 2, 30));
     QVERIFY(!OleDate::toDateTime(std::numeric_limits<double>::quiet_NaN()).isValid());
 }
 
