@@ -50,6 +50,7 @@ private Q_SLOTS:
 private:
     void writeSettings(const QString &host, bool log);
     void trigger(TagMain &main, const char *entry);
+    NetConfig bobOn127002() const;
 
     QTemporaryDir m_dir;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0))};
@@ -118,18 +119,25 @@ void TestLanMain::changedHostKeepsTheNetworkDown()
     QCOMPARE(main.env().text(Env::NetHostName), QStringLiteral("old-desk"));
 }
 
-void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
+// A second copy, "bob" on 127.0.0.2, sweeping 127.0.0.x on the test's port.
+NetConfig TestLanMain::bobOn127002() const
 {
-    writeSettings(Host.hostName, true);
-    CommLog peerLog({}, m_clock);
-    ScriptedPrompt peerPrompt;
-    NetEndpoint peer(peerLog, m_clock, peerPrompt);
     NetConfig c;
     c.port = m_port;
     c.userName = QStringLiteral("bob");
     c.localIp = 0x7F000002;
     c.targets[0] = {0x7F0000FF, true};
     c.bindAddress = QHostAddress(c.localIp);
+    return c;
+}
+
+void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
+{
+    writeSettings(Host.hostName, true);
+    CommLog peerLog({}, m_clock);
+    ScriptedPrompt peerPrompt;
+    NetEndpoint peer(peerLog, m_clock, peerPrompt);
+    const NetConfig c = bobOn127002();
     {
         TagMain main(m_dir.path(), m_prompt, m_clock);
         main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
@@ -181,12 +189,7 @@ void TestLanMain::savingSettingsRestartsWithoutLogout()
     CommLog peerLog({}, m_clock);
     ScriptedPrompt peerPrompt;
     NetEndpoint peer(peerLog, m_clock, peerPrompt);
-    NetConfig c;
-    c.port = m_port;
-    c.userName = QStringLiteral("bob");
-    c.localIp = 0x7F000002;
-    c.targets[0] = {0x7F0000FF, true};
-    c.bindAddress = QHostAddress(c.localIp);
+    const NetConfig c = bobOn127002();
     QVERIFY(peer.StartNetwork(c));
 
     trigger(main, "mnu_NetSet");
