@@ -109,6 +109,7 @@ bool TagMain::start()
     }
     m_firstRun = prepared.firstRun;
     m_store = std::make_unique<TagStore>(m_files.dt1);
+    m_settings = std::make_unique<Settings>(*m_store);
 
     // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
     m_clockWatcher = std::make_unique<ClockChangeWatcher>();
@@ -123,18 +124,15 @@ bool TagMain::start()
     // 10. The environment record.
     QString error;
     if (m_firstRun) {
-        m_env = EnvRecord();
-        if (!createDataFile(m_files.dt1, m_env.bytes(), &error)) {
+        const EnvRecord fresh;
+        if (!createDataFile(m_files.dt1, fresh.bytes(), &error)) {
             qWarning().noquote() << "Pinboard:" << error;
             return end(runLocationMessage(RunLocation::NotWritable));
         }
-    } else {
-        const auto env = m_store->readEnv(&error);
-        if (!env) {
-            qWarning().noquote() << "Pinboard:" << error;
-            return end(corruptEnvText());
-        }
-        m_env = *env;
+        m_settings->reset(fresh);
+    } else if (!m_settings->load(&error)) {
+        qWarning().noquote() << "Pinboard:" << error;
+        return end(corruptEnvText());
     }
 
     applySettingsToMenu();
@@ -142,11 +140,11 @@ bool TagMain::start()
     // 12, 14. The LAN, when its settings still belong to this host.
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, m_prompt, m_clock, m_netIdentity);
     m_net->setBindAddress(m_netBind);
-    m_net->startUp(m_env);
+    m_net->startUp(m_settings->env());
 
     // 13. Mail: the log switch, the address book.
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
-    m_mail->log().setEnabled(m_env.byte(Env::LogEnabled) != 0);
+    m_mail->log().setEnabled(m_settings->env().byte(Env::LogEnabled) != 0);
     m_mail->loadAddressBook();
     connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
         if (m_tray)
@@ -156,7 +154,7 @@ bool TagMain::start()
     // 15-16. The stored tags: due ones go up, files due are opened, mail due is
     // sent, and the timer waits for the nearest change.
     m_dialogLift = std::make_unique<DialogLift>();
-    m_display = std::make_unique<DesktopDisplay>(*m_store, m_env, m_prompt);
+    m_display = std::make_unique<DesktopDisplay>(*m_store, m_settings->env(), m_prompt);
     m_display->setTray(m_tray.get(), m_icon);
     connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
     connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
@@ -274,8 +272,7 @@ void TagMain::setUpMenus()
     on("mnu_SoundSel", [this] {
         SoundSelect dialog(*m_store, m_display->sound(), m_prompt);
         dialog.exec();
-        if (const auto env = m_store->readEnv())
-            m_env = *env;
+        m_settings->load();
     });
     on("mnu_NewTag", [this] { m_editors->openNew(); });
     on("mnuList", [this] { m_editors->showTagList(); });
@@ -300,28 +297,22 @@ void TagMain::setUpMenus()
 void TagMain::applySettingsToMenu()
 {
     auto check = [this](const char *name, bool on) { m_mainMenu->action(QString::fromLatin1(name))->setChecked(on); };
-    check("mnu_AutoPosYes", m_env.byte(Env::AutoPosition) == 1);
-    check("mnu_AutoPosNo", m_env.byte(Env::AutoPosition) != 1);
-    check("mnu_ScmTop", m_env.byte(Env::ScmTop) == 1);
-    check("mnu_NetTop", m_env.byte(Env::NetTop) == 1);
-    check("mnu_NetSound", m_env.byte(Env::NetSound) == 1);
+    check("mnu_AutoPosYes", m_settings->env().byte(Env::AutoPosition) == 1);
+    check("mnu_AutoPosNo", m_settings->env().byte(Env::AutoPosition) != 1);
+    check("mnu_ScmTop", m_settings->env().byte(Env::ScmTop) == 1);
+    check("mnu_NetTop", m_settings->env().byte(Env::NetTop) == 1);
+    check("mnu_NetSound", m_settings->env().byte(Env::NetSound) == 1);
     m_mainMenu->action(QStringLiteral("mnu_LogStart"))
-        ->setText(m_env.byte(Env::LogEnabled) != 0 ? QStringLiteral("通信ﾛｸﾞ記録終了")
+        ->setText(m_settings->env().byte(Env::LogEnabled) != 0 ? QStringLiteral("通信ﾛｸﾞ記録終了")
                                                        : QStringLiteral("通信ﾛｸﾞ記録開始"));
-    const int back = m_env.byte(Env::BackColor);
+    const int back = m_settings->env().byte(Env::BackColor);
     if (back < MainMenu::BackColors)
         check(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(back)), true);
 }
 
 bool TagMain::changeSetting(const std::function<void(EnvRecord &)> &change)
 {
-    QString error;
-    auto env = m_store->readEnv(&error);
-    if (env) {
-        change(*env);
-        if (m_store->writeEnv(*env, &error))
-            m_env = *env;
-    }
+    const QString error = m_settings->change(change);
     if (!error.isEmpty())
         qWarning().noquote() << "Pinboard:" << error;
     applySettingsToMenu();
@@ -359,7 +350,7 @@ void TagMain::onTagDoubleClicked(int k)
 
 void TagMain::toggleLog()
 {
-    const bool on = m_env.byte(Env::LogEnabled) == 0;
+    const bool on = m_settings->env().byte(Env::LogEnabled) == 0;
     if (changeSetting([on](EnvRecord &e) { e.setByte(Env::LogEnabled, on ? 1 : 0); })) {
         m_mail->log().setEnabled(on);
         m_net->log().setEnabled(on);
@@ -408,9 +399,9 @@ void TagMain::onTagMenu(int k, int entry)
         }
         break;
     case TagPopupMenu::Default: {
-        const TagRecord styled = TagActions::withDefaults(*tag, m_env);
+        const TagRecord styled = TagActions::withDefaults(*tag, m_settings->env());
         if (m_store->writeTag(k, styled) && w)
-            w->refresh(styled, m_env);
+            w->refresh(styled, m_settings->env());
         break;
     }
     default: break;

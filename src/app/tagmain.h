@@ -4,6 +4,7 @@
 #include "fileset.h"
 #include "localaddress.h"
 #include "schedulertimer.h"
+#include "settings.h"
 #include "tagplacement.h"
 #include "traymessages.h"
 
@@ -49,7 +50,8 @@ public:
 
     const FileSet &files() const { return m_files; }
     bool firstRun() const { return m_firstRun; }
-    const EnvRecord &env() const { return m_env; }
+    const EnvRecord &env() const { return m_settings->env(); }
+    Settings &settings() { return *m_settings; }
     const TagStore &store() const { return *m_store; }
     SchedulerTimer &scheduler() { return m_scheduler; }
     TrayAttach *trayAttach() const { return m_trayAttach.get(); }
@@ -103,9 +105,9 @@ private:
     FileSet m_files;
     bool m_firstRun = false;
     bool m_running = false;
-    EnvRecord m_env;
     std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
     SchedulerTimer m_scheduler;
     std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
     std::unique_ptr<MainMenu> m_mainMenu;
