@@ -6,6 +6,8 @@
 #include "datagram.h"
 #include "netendpoint.h"
 #include "prompt.h"
+#include "manualclock.h"
+#include "scriptedprompt.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

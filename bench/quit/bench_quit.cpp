@@ -6,6 +6,7 @@
 #include "prompt.h"
 #include "tagmain.h"
 #include "tagstore.h"
+#include "scriptedprompt.h"
 
 #include <QAction>
 #include <QApplication>

@@ -5,6 +5,8 @@
 #include "schedule.h"
 #include "scheduler.h"
 #include "tagstore.h"
+#include "manualclock.h"
+#include "scriptedprompt.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

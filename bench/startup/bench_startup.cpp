@@ -5,6 +5,7 @@
 #include "prompt.h"
 #include "tagmain.h"
 #include "tagstore.h"
+#include "scriptedprompt.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

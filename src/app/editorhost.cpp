@@ -9,10 +9,10 @@
 #include "tagstore.h"
 #include "trashlist.h"
 
-EditorHost::EditorHost(const TagStore &store, Prompt &prompt, const Clock &clock,
+EditorHost::EditorHost(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
                        Scheduler &scheduler, DesktopDisplay &display, MailDesk &mail,
                        QObject *parent)
-    : QObject(parent), m_store(store), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
+    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
       m_display(display), m_mail(mail)
 {
     // The list tells whether a tag is on the desktop, whoever put it up or took it down.
@@ -47,7 +47,7 @@ TagEntry *EditorHost::newEditor()
         m_editor->activateWindow();
         return nullptr;
     }
-    auto *editor = new TagEntry(m_store, m_prompt, m_clock, m_display.sound());
+    auto *editor = new TagEntry(m_store, m_settings, m_prompt, m_clock, m_display.sound());
     editor->setAttribute(Qt::WA_DeleteOnClose);
     connect(editor, &TagEntry::tagStored, this, [this, editor](int k) {
         m_mail.tagStored(editor, k);
@@ -106,7 +106,7 @@ void EditorHost::openEditorCopy(int k)
 void EditorHost::showTagList()
 {
     if (!m_tagList) {
-        m_tagList = new TagList(m_store, m_prompt, *this);
+        m_tagList = new TagList(m_store, m_settings, m_prompt, *this);
         m_tagList->setAttribute(Qt::WA_DeleteOnClose);
     }
     m_tagList->show();
@@ -117,7 +117,7 @@ void EditorHost::showTagList()
 void EditorHost::showTrashList()
 {
     if (!m_trashList) {
-        m_trashList = new TrashList(m_store, m_prompt, *this);
+        m_trashList = new TrashList(m_store, m_settings, m_prompt, *this);
         m_trashList->setAttribute(Qt::WA_DeleteOnClose);
     }
     m_trashList->show();

@@ -14,6 +14,7 @@ class DesktopDisplay;
 class MailDesk;
 class Prompt;
 class Scheduler;
+class Settings;
 class TagStore;
 
 // The editor and the two lists: one editor at a time, opened from the tray, a tag
@@ -22,7 +23,7 @@ class EditorHost : public QObject, public TagListHost
 {
     Q_OBJECT
 public:
-    EditorHost(const TagStore &store, Prompt &prompt, const Clock &clock, Scheduler &scheduler,
+    EditorHost(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, Scheduler &scheduler,
                DesktopDisplay &display, MailDesk &mail, QObject *parent = nullptr);
     ~EditorHost() override;
 
@@ -57,6 +58,7 @@ private:
     TagEntry *newEditor();
 
     const TagStore &m_store;
+    Settings &m_settings;
     Prompt &m_prompt;
     const Clock &m_clock;
     Scheduler &m_scheduler;

@@ -9,10 +9,10 @@
 
 #include <QDebug>
 
-MailDesk::MailDesk(const FileSet &files, const TagStore &store, Prompt &prompt, const Clock &clock,
+MailDesk::MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
                    QObject *parent)
-    : QObject(parent), m_files(files), m_store(store), m_prompt(prompt), m_log(files.log, clock),
-      m_sender(m_log, clock, prompt), m_mailer(files, store, m_sender, clock, prompt)
+    : QObject(parent), m_files(files), m_store(store), m_settings(settings), m_prompt(prompt), m_log(files.log, clock),
+      m_sender(m_log, clock, prompt), m_mailer(files, store, settings, m_sender, clock, prompt)
 {
     connect(&m_sender, &MailSender::sent, this, [this](bool ok) { mailFinished(ok); });
 }
@@ -124,7 +124,7 @@ void MailDesk::forgetTag(int k)
 void MailDesk::openSmtpSetup()
 {
     if (!m_setup) {
-        auto *setup = new SmtpSetup(m_store, m_sender, m_prompt);
+        auto *setup = new SmtpSetup(m_settings, m_sender, m_prompt);
         setup->setAttribute(Qt::WA_DeleteOnClose);
         connect(setup, &SmtpSetup::settingsStored, this, &MailDesk::loadAddressBook);
         m_setup = setup;
@@ -137,7 +137,7 @@ void MailDesk::openSmtpSetup()
 void MailDesk::openAddressList()
 {
     if (!m_addressList) {
-        auto *list = new AddressList(m_book, m_files.dt3, m_store, m_prompt);
+        auto *list = new AddressList(m_book, m_files.dt3, m_settings, m_prompt);
         list->setAttribute(Qt::WA_DeleteOnClose);
         m_addressList = list;
     }

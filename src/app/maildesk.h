@@ -14,6 +14,7 @@
 class Clock;
 class Prompt;
 class QWidget;
+class Settings;
 class TagStore;
 
 // Everything mail in the running program: the log, the sender with its queue,
@@ -22,7 +23,7 @@ class MailDesk : public QObject
 {
     Q_OBJECT
 public:
-    MailDesk(const FileSet &files, const TagStore &store, Prompt &prompt, const Clock &clock,
+    MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
              QObject *parent = nullptr);
     ~MailDesk() override;
 
@@ -66,6 +67,7 @@ private:
 
     FileSet m_files;
     const TagStore &m_store;
+    Settings &m_settings;
     Prompt &m_prompt;
     CommLog m_log;
     MailSender m_sender;

@@ -5,6 +5,7 @@
 #include "grouplist.h"
 #include "netsetup.h"
 #include "prompt.h"
+#include "settings.h"
 #include "tagstore.h"
 
 namespace {
@@ -16,9 +17,9 @@ void bringUp(QWidget *w)
 }
 } // namespace
 
-NetDesk::NetDesk(const QString &logPath, TagStore &store, Prompt &prompt, const Clock &clock,
+NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
                  IdentitySource identity, QObject *parent)
-    : QObject(parent), m_store(store), m_prompt(prompt), m_identitySource(std::move(identity)),
+    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_identitySource(std::move(identity)),
       m_log(logPath, clock), m_endpoint(m_log, clock, prompt)
 {
 }
@@ -77,8 +78,7 @@ void NetDesk::retry()
         m_prompt.inform(notConfiguredText());
         return;
     }
-    if (const auto env = m_store.readEnv())
-        m_endpoint.RestartNetwork(config(*env));
+    m_endpoint.RestartNetwork(config(m_settings.env()));
 }
 
 void NetDesk::showNetwork()
@@ -97,7 +97,7 @@ void NetDesk::openNetSetup()
         const LocalIdentity local = m_identitySource();
         if (local.address == 0)
             m_prompt.inform(QStringLiteral("ネットワーク環境が正しくありません。"));
-        auto *setup = new NetSetup(m_store, local, m_prompt);
+        auto *setup = new NetSetup(m_settings, local, m_prompt);
         setup->setAttribute(Qt::WA_DeleteOnClose);
         connect(setup, &NetSetup::settingsStored, this, [this, local] {
             m_identity = local;
@@ -110,13 +110,10 @@ void NetDesk::openNetSetup()
 
 void NetDesk::settingsStored()
 {
-    const auto env = m_store.readEnv();
-    if (!env)
-        return;
     // The settings now belong to this host: the LAN entries work from here on.
     m_usable = true;
     m_endpoint.setSettingsSaved();
-    m_endpoint.RestartNetwork(config(*env));
+    m_endpoint.RestartNetwork(config(m_settings.env()));
 }
 
 void NetDesk::logoutAndStop()

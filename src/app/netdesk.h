@@ -12,6 +12,7 @@ class Clock;
 class EnvRecord;
 class Prompt;
 class QWidget;
+class Settings;
 class TagStore;
 
 // Everything LAN in the running program: the endpoint with its log, and the
@@ -22,7 +23,7 @@ class NetDesk : public QObject
 public:
     using IdentitySource = std::function<LocalIdentity()>;
 
-    NetDesk(const QString &logPath, TagStore &store, Prompt &prompt, const Clock &clock,
+    NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
             IdentitySource identity, QObject *parent = nullptr);
     ~NetDesk() override;
 
@@ -50,6 +51,7 @@ private:
     NetConfig config(const EnvRecord &env) const;
 
     TagStore &m_store;
+    Settings &m_settings;
     Prompt &m_prompt;
     IdentitySource m_identitySource;
     LocalIdentity m_identity;

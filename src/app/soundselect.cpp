@@ -2,7 +2,7 @@
 
 #include "prompt.h"
 #include "soundplayer.h"
-#include "tagstore.h"
+#include "settings.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -21,8 +21,8 @@ QPushButton *button(const char *name, const QString &caption, QWidget *parent)
 }
 } // namespace
 
-SoundSelect::SoundSelect(TagStore &store, SoundPlayer &player, Prompt &prompt, QWidget *parent)
-    : QDialog(parent), m_store(store), m_player(player), m_prompt(prompt),
+SoundSelect::SoundSelect(Settings &settings, SoundPlayer &player, Prompt &prompt, QWidget *parent)
+    : QDialog(parent), m_settings(settings), m_player(player), m_prompt(prompt),
       m_sound(new QLineEdit(this))
 {
     setObjectName(QStringLiteral("SoundSelect"));
@@ -65,8 +65,7 @@ SoundSelect::SoundSelect(TagStore &store, SoundPlayer &player, Prompt &prompt, Q
     connect(entry, &QPushButton::clicked, this, &SoundSelect::store);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
 
-    if (const auto env = m_store.readEnv())
-        m_sound->setText(env->text(Env::ArrivalSound));
+    m_sound->setText(m_settings.env().text(Env::ArrivalSound));
 }
 
 std::unique_ptr<QFileDialog> SoundSelect::createFileDialog(QWidget *parent)
@@ -107,15 +106,12 @@ void SoundSelect::choose()
 
 void SoundSelect::store()
 {
-    QString error;
-    auto env = m_store.readEnv(&error);
-    if (!env) {
-        m_prompt.warn(error);
-        return;
-    }
-    env->setText(Env::ArrivalSound, m_sound->text());
-    env->setInteger(Env::ArrivalSoundChoice, m_sound->text().isEmpty() ? 0 : 1);
-    if (!m_store.writeEnv(*env, &error)) {
+    const QString sound = m_sound->text();
+    const QString error = m_settings.change([&sound](EnvRecord &env) {
+        env.setText(Env::ArrivalSound, sound);
+        env.setInteger(Env::ArrivalSoundChoice, sound.isEmpty() ? 0 : 1);
+    });
+    if (!error.isEmpty()) {
         m_prompt.warn(error);
         return;
     }

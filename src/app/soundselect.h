@@ -9,7 +9,7 @@ class QFileDialog;
 class QLineEdit;
 class QPushButton;
 class SoundPlayer;
-class TagStore;
+class Settings;
 
 // Chooses the sound played when a tag from another computer arrives; stored
 // in record 1 as ArrivalSound and ArrivalSoundChoice.
@@ -17,7 +17,7 @@ class SoundSelect : public QDialog
 {
     Q_OBJECT
 public:
-    SoundSelect(TagStore &store, SoundPlayer &player, Prompt &prompt, QWidget *parent = nullptr);
+    SoundSelect(Settings &settings, SoundPlayer &player, Prompt &prompt, QWidget *parent = nullptr);
 
     // Answers cmd_Sound with a path, or an empty text when the user cancelled.
     using FileChooser = std::function<QString()>;
@@ -34,7 +34,7 @@ private:
     void choose();
     void store();
 
-    TagStore &m_store;
+    Settings &m_settings;
     SoundPlayer &m_player;
     Prompt &m_prompt;
     FileChooser m_chooseFile;

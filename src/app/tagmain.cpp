@@ -138,12 +138,12 @@ bool TagMain::start()
     applySettingsToMenu();
 
     // 12, 14. The LAN, when its settings still belong to this host.
-    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, m_prompt, m_clock, m_netIdentity);
+    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
     m_net->setBindAddress(m_netBind);
     m_net->startUp(m_settings->env());
 
     // 13. Mail: the log switch, the address book.
-    m_mail = std::make_unique<MailDesk>(m_files, *m_store, m_prompt, m_clock);
+    m_mail = std::make_unique<MailDesk>(m_files, *m_store, *m_settings, m_prompt, m_clock);
     m_mail->log().setEnabled(m_settings->env().byte(Env::LogEnabled) != 0);
     m_mail->loadAddressBook();
     connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
@@ -161,7 +161,7 @@ bool TagMain::start()
     connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
     m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
     m_tagScheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_scheduler);
-    m_editors = std::make_unique<EditorHost>(*m_store, m_prompt, m_clock, *m_tagScheduler, *m_display, *m_mail);
+    m_editors = std::make_unique<EditorHost>(*m_store, *m_settings, m_prompt, m_clock, *m_tagScheduler, *m_display, *m_mail);
     m_editors->setTrayRestorer([this] {
         if (m_tray)
             m_tray->show();
@@ -270,9 +270,8 @@ void TagMain::setUpMenus()
         on(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(i)),
            [this, i] { changeSetting([i](EnvRecord &e) { e.setByte(Env::BackColor, i); }); });
     on("mnu_SoundSel", [this] {
-        SoundSelect dialog(*m_store, m_display->sound(), m_prompt);
+        SoundSelect dialog(*m_settings, m_display->sound(), m_prompt);
         dialog.exec();
-        m_settings->load();
     });
     on("mnu_NewTag", [this] { m_editors->openNew(); });
     on("mnuList", [this] { m_editors->showTagList(); });

@@ -1,5 +1,6 @@
 #include "climain.h"
 
+#include "consoleprompt.h"
 #include "cp932.h"
 #include "durable.h"
 #include "fileset.h"
@@ -323,7 +324,7 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
             continue;
         found = true;
         const TagSchedule schedule = TagSchedule::fromRecord(*tag);
-        ScriptedPrompt prompt;
+        ConsolePrompt prompt;
         const auto answer = EvaluateSchedule(schedule, now, prompt);
         QString line = tag->tagNumber() + u'\t';
         if (answer) {
@@ -334,7 +335,7 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
         } else {
             line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);
             err.write(QStringLiteral("pinboard-cli: tag %1: %2\n")
-                          .arg(tag->tagNumber(), prompt.shown.join(u' '))
+                          .arg(tag->tagNumber(), prompt.texts().join(u' '))
                           .toUtf8());
         }
         out.write((line + u'\n').toUtf8());

@@ -1,5 +1,7 @@
 #include "mailcommand.h"
 
+#include "settings.h"
+
 #include "fileset.h"
 #include "mailsender.h"
 #include "tagmail.h"
@@ -57,10 +59,11 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
     const FileSet files = FileSet::forDirectory(QDir::toNativeSeparators(dir));
 
     m_store = std::make_unique<TagStore>(files.dt1);
+    m_settings = std::make_unique<Settings>(*m_store);
     QString why;
-    const auto env = m_store->readEnv(&why);
-    if (!env)
+    if (!m_settings->load(&why))
         return failWith(files.dt1 + QStringLiteral(": ") + why);
+    const EnvRecord *env = &m_settings->env();
     if (!test && (k > env->tagCount() || !m_store->readTag(k, &why)))
         return failWith(why.isEmpty() ? QStringLiteral("no tag %1").arg(k) : why);
 
@@ -70,7 +73,7 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
 
     const auto done = [this, test, k](bool ok, const QString &detail) {
         if (ok)
-            print(m_out, test ? m_prompt.shown.value(0) : QStringLiteral("sent tag %1").arg(k));
+            print(m_out, test ? m_prompt.texts().value(0) : QStringLiteral("sent tag %1").arg(k));
         else
             print(m_err, detail);
         Q_EMIT finished(ok ? 0 : 1);
@@ -81,12 +84,12 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
         return std::nullopt;
     }
     connect(m_sender.get(), &MailSender::sent, this, done);
-    m_mailer = std::make_unique<TagMailer>(files, *m_store, *m_sender, m_clock, m_prompt);
+    m_mailer = std::make_unique<TagMailer>(files, *m_store, *m_settings, *m_sender, m_clock, m_prompt);
     // Refused before any session: the detail, not the box that would have shown it.
     if (!m_mailer->SendTagMail(k))
         return failWith(!m_sender->lastFailure().isEmpty() ? m_sender->lastFailure()
-                        : m_prompt.shown.isEmpty()         ? QStringLiteral("not sent")
-                                                           : m_prompt.shown.last());
+                        : m_prompt.texts().isEmpty()         ? QStringLiteral("not sent")
+                                                           : m_prompt.texts().last());
     return std::nullopt;
 }
 

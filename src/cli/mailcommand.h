@@ -2,7 +2,7 @@
 
 #include "clock.h"
 #include "commlog.h"
-#include "prompt.h"
+#include "consoleprompt.h"
 
 #include <QIODevice>
 #include <QObject>
@@ -11,6 +11,7 @@
 #include <optional>
 
 class MailSender;
+class Settings;
 class TagMailer;
 class TagStore;
 
@@ -40,9 +41,10 @@ private:
     QIODevice &m_out;
     QIODevice &m_err;
     SystemClock m_clock;
-    ScriptedPrompt m_prompt; // nobody answers here; what would be shown is printed
+    ConsolePrompt m_prompt; // what would be shown is printed
     std::unique_ptr<CommLog> m_log;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
     std::unique_ptr<MailSender> m_sender;
     std::unique_ptr<TagMailer> m_mailer;
 };

@@ -1,5 +1,7 @@
 #include "tagmail.h"
 
+#include "settings.h"
+
 #include "clock.h"
 #include "mailsender.h"
 #include "prompt.h"
@@ -25,23 +27,21 @@ QString TagMailer::noAddressText()
     return QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
 }
 
-TagMailer::TagMailer(const FileSet &files, const TagStore &store, MailSender &sender,
+TagMailer::TagMailer(const FileSet &files, const TagStore &store, const Settings &settings,
+                     MailSender &sender,
                      const Clock &clock, Prompt &prompt)
-    : m_files(files), m_store(store), m_sender(sender), m_clock(clock), m_prompt(prompt)
+    : m_files(files), m_store(store), m_settings(settings), m_sender(sender), m_clock(clock), m_prompt(prompt)
 {
 }
 
 std::optional<MailContent> TagMailer::contentOf(int k, QString *error) const
 {
-    const auto env = m_store.readEnv(error);
-    if (!env)
-        return std::nullopt;
     const auto tag = m_store.readTag(k, error);
     if (!tag)
         return std::nullopt;
     const TagMailSettings s = MailSettingsFile(m_files.dt4).read(k);
     MailContent c;
-    c.from = env->text(Env::SmtpFrom);
+    c.from = m_settings.env().text(Env::SmtpFrom);
     c.to = s.to;
     c.cc = s.cc;
     c.bcc = s.bcc;
@@ -66,9 +66,8 @@ bool TagMailer::SendTagMail(int k)
 
 bool TagMailer::sendDirect(const TagMailSettings &recipients, const QString &text)
 {
-    const auto env = m_store.readEnv();
     MailContent c;
-    c.from = env ? env->text(Env::SmtpFrom) : QString();
+    c.from = m_settings.env().text(Env::SmtpFrom);
     c.to = recipients.to;
     c.cc = recipients.cc;
     c.bcc = recipients.bcc;
@@ -86,9 +85,6 @@ bool TagMailer::queue(const MailContent &given)
         m_prompt.warn(noAddressText());
         return false;
     }
-    const auto env = m_store.readEnv();
-    if (!env)
-        return false;
     QString why;
     const auto composed = ComposeTagMail(content, m_clock.now(), &why);
     if (!composed) {
@@ -100,6 +96,6 @@ bool TagMailer::queue(const MailContent &given)
     mail.cc = content.cc;
     mail.bcc = content.bcc;
     mail.message = composed->header + composed->body;
-    m_sender.send(smtpSettingsFrom(*env), mail);
+    m_sender.send(smtpSettingsFrom(m_settings.env()), mail);
     return true;
 }

@@ -10,6 +10,7 @@
 class Clock;
 class MailSender;
 class Prompt;
+class Settings;
 class TagStore;
 
 // A tag's mail: the recipients and subject kept for it in Pinboard.dt4, its
@@ -20,7 +21,7 @@ public:
     // Said when a tag has no To address; nothing is sent then.
     static QString noAddressText();
 
-    TagMailer(const FileSet &files, const TagStore &store, MailSender &sender, const Clock &clock,
+    TagMailer(const FileSet &files, const TagStore &store, const Settings &settings, MailSender &sender, const Clock &clock,
               Prompt &prompt);
 
     // The content of tag k's mail; nullopt with the reason when the tag cannot be read.
@@ -38,6 +39,7 @@ private:
 
     FileSet m_files;
     const TagStore &m_store;
+    const Settings &m_settings;
     MailSender &m_sender;
     const Clock &m_clock;
     Prompt &m_prompt;

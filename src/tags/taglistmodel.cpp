@@ -1,12 +1,14 @@
 #include "taglistmodel.h"
 
+#include "settings.h"
+#include "twips.h"
+
 #include "oledate.h"
 #include "schedule.h"
 #include "tagstore.h"
 
 namespace {
 
-constexpr int TwipsPerInch = 1440;
 
 struct GeometryFields
 {
@@ -139,39 +141,28 @@ QList<int> TagListModel::emptyTrash(QString *error) const
 
 std::optional<QRect> TagListModel::storedGeometry(View view, int dpiX, int dpiY) const
 {
-    const auto env = m_store.readEnv();
-    if (!env)
-        return std::nullopt;
+    const EnvRecord &env = m_settings.env();
     const GeometryFields f = geometryFields(view);
-    const qint32 width = env->longValue(f.width);
-    const qint32 height = env->longValue(f.height);
+    const qint32 width = env.longValue(f.width);
+    const qint32 height = env.longValue(f.height);
     if (width <= 0 || height <= 0)
         return std::nullopt;
-    return QRect(twipsToPixels(env->longValue(f.left), dpiX),
-                 twipsToPixels(env->longValue(f.top), dpiY), twipsToPixels(width, dpiX),
+    return QRect(twipsToPixels(env.longValue(f.left), dpiX),
+                 twipsToPixels(env.longValue(f.top), dpiY), twipsToPixels(width, dpiX),
                  twipsToPixels(height, dpiY));
 }
 
 bool TagListModel::storeGeometry(View view, const QRect &pixels, int dpiX, int dpiY,
                                  QString *error) const
 {
-    auto env = m_store.readEnv(error);
-    if (!env)
-        return false;
     const GeometryFields f = geometryFields(view);
-    env->setLong(f.left, pixelsToTwips(pixels.x(), dpiX));
-    env->setLong(f.top, pixelsToTwips(pixels.y(), dpiY));
-    env->setLong(f.width, pixelsToTwips(pixels.width(), dpiX));
-    env->setLong(f.height, pixelsToTwips(pixels.height(), dpiY));
-    return m_store.writeEnv(*env, error);
-}
-
-int TagListModel::twipsToPixels(qint32 twips, int dpi)
-{
-    return int(qRound64(double(twips) * dpi / TwipsPerInch));
-}
-
-qint32 TagListModel::pixelsToTwips(int pixels, int dpi)
-{
-    return dpi > 0 ? qint32(qRound64(double(pixels) * TwipsPerInch / dpi)) : 0;
+    const QString why = m_settings.change([&](EnvRecord &env) {
+        env.setLong(f.left, pixelsToTwips(pixels.x(), dpiX));
+        env.setLong(f.top, pixelsToTwips(pixels.y(), dpiY));
+        env.setLong(f.width, pixelsToTwips(pixels.width(), dpiX));
+        env.setLong(f.height, pixelsToTwips(pixels.height(), dpiY));
+    });
+    if (error)
+        *error = why;
+    return why.isEmpty();
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 class TagRecord;
+class Settings;
 class TagStore;
 
 // One row of a list window: the tag's index and what the row says.
@@ -28,7 +29,7 @@ public:
         Trash
     };
 
-    explicit TagListModel(const TagStore &store) : m_store(store) {}
+    TagListModel(const TagStore &store, Settings &settings) : m_store(store), m_settings(settings) {}
 
     // The tags of a view in record order; free records are never listed, tags in
     // the trash only in the trash.
@@ -56,11 +57,10 @@ public:
     bool storeGeometry(View view, const QRect &pixels, int dpiX, int dpiY,
                        QString *error = nullptr) const;
 
-    static int twipsToPixels(qint32 twips, int dpi);
-    static qint32 pixelsToTwips(int pixels, int dpi);
 
 private:
     bool setMark(int k, const char *mark, QString *error) const;
 
     const TagStore &m_store;
+    Settings &m_settings;
 };

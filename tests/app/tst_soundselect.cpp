@@ -1,5 +1,7 @@
 #include "cp932.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "soundplayer.h"
 #include "soundselect.h"
 #include "tagstore.h"
@@ -50,6 +52,14 @@ private Q_SLOTS:
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     SoundPlayer m_player;
     ScriptedPrompt m_prompt;
 };
@@ -96,7 +106,7 @@ void TestSoundSelect::entryStoresTheChoice()
     QFETCH(QString, stored);
     QFETCH(int, choice);
     const QByteArray before = fileBytes(m_store->file().path());
-    SoundSelect dialog(*m_store, m_player, m_prompt);
+    SoundSelect dialog(settings(), m_player, m_prompt);
     dialog.setFileChooser([&] { return chosen; });
     QCOMPARE(dialog.findChild<QLineEdit *>(QStringLiteral("txt_Sound"))->text(),
              QStringLiteral("/snd/old.mid"));
@@ -135,7 +145,7 @@ void TestSoundSelect::replayAndClose()
     QFETCH(bool, playing);
     QFETCH(QStringList, shown);
     const QString path = write(m_dir->filePath(QStringLiteral("tune.mid")), bytes);
-    SoundSelect dialog(*m_store, m_player, m_prompt);
+    SoundSelect dialog(settings(), m_player, m_prompt);
     dialog.setFileChooser([&] { return path; });
     dialog.show();
     click(dialog, QStringLiteral("cmd_Sound"));

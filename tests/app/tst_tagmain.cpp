@@ -4,15 +4,18 @@
 #include "maildesk.h"
 #include "mailsettingsfile.h"
 #include "mainmenu.h"
-#include "scheduler.h"
-#include "tagpopupmenu.h"
-#include "tagwindow.h"
+#include "manualclock.h"
 #include "prompt.h"
+#include "scheduler.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "singleinstance.h"
 #include "smtpserverprocess.h"
 #include "taglist.h"
 #include "tagmain.h"
+#include "tagpopupmenu.h"
 #include "tagstore.h"
+#include "tagwindow.h"
 #include "trayattach.h"
 
 #include <QFile>
@@ -353,7 +356,9 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
     QVERIFY(store.addTag(tag));
 
     ScriptedPrompt prompt;
-    MailDesk desk(files, store, prompt, m_clock);
+    Settings settings(store);
+    settings.load();
+    MailDesk desk(files, store, settings, prompt, m_clock);
     QSignalSpy sent(&desk.sender(), &MailSender::sent);
     QSignalSpy notice(&desk, &MailDesk::notice);
     const TagMailSettings chosen{QStringLiteral("至急"), {QStringLiteral("a@example.com")}, {}, {}};
@@ -363,8 +368,7 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
     QCOMPARE(desk.contentRecipients(1), chosen);
     QCOMPARE(notice.size(), 0);
 
-    env.setLong(Env::SmtpPort, normal.port);
-    QVERIFY(store.writeEnv(env));
+    QVERIFY(settings.change([&](EnvRecord &e) { e.setLong(Env::SmtpPort, normal.port); }).isEmpty());
     desk.sendContentTo(1, desk.contentRecipients(1));
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 2, 15000);
     QCOMPARE(notice.size(), 1);

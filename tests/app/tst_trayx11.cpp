@@ -2,6 +2,7 @@
 // and Debian's trayer as the tray host that turns up late.
 #include "clock.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "tagmain.h"
 #include "trayattach.h"
 

@@ -1,5 +1,6 @@
 #include "calender.h"
 #include "clock.h"
+#include "manualclock.h"
 
 #include <QLabel>
 #include <QPushButton>

@@ -1,6 +1,8 @@
 #include "addresslist.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "sendmail.h"
+#include "settings.h"
 #include "tagstore.h"
 
 #include <QAction>
@@ -72,6 +74,14 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     QString m_dt3;
     AddressBook m_book;
     ScriptedPrompt m_prompt;
@@ -88,7 +98,7 @@ void TestAddressList::init()
     m_prompt.shown.clear();
     m_prompt.titles.clear();
     m_prompt.answers.clear();
-    m_window = std::make_unique<AddressList>(m_book, m_dt3, *m_store, m_prompt);
+    m_window = std::make_unique<AddressList>(m_book, m_dt3, settings(), m_prompt);
 }
 
 void TestAddressList::cleanup()

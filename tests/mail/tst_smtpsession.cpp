@@ -3,7 +3,9 @@
 #include "cp932.h"
 #include "envrecord.h"
 #include "mailsender.h"
+#include "manualclock.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "smtpserverprocess.h"
 #include "smtpsession.h"
 

@@ -1,7 +1,10 @@
 #include "clock.h"
 #include "commlog.h"
 #include "mailsender.h"
+#include "manualclock.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "smtpserverprocess.h"
 #include "smtpsetup.h"
 #include "tagstore.h"
@@ -40,6 +43,14 @@ private Q_SLOTS:
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0))};
     std::unique_ptr<CommLog> m_log;
     std::unique_ptr<ScriptedPrompt> m_prompt;
@@ -133,7 +144,7 @@ void TestSmtpSetup::storeAndCancel_data()
 void TestSmtpSetup::storeAndCancel()
 {
     QFETCH(QString, button);
-    SmtpSetup dialog(*m_store, *m_sender, *m_prompt);
+    SmtpSetup dialog(settings(), *m_sender, *m_prompt);
     auto *server = child<QLineEdit>(dialog, "txt_MailServer");
     auto *port = child<QLineEdit>(dialog, "txt_SMTPPort");
     auto *from = child<QLineEdit>(dialog, "txt_FromAddress");
@@ -195,7 +206,7 @@ void TestSmtpSetup::connectionTest()
         port = QString::number(m_server->port);
     }
     const QByteArray before = fileBytes(m_store->file().path());
-    SmtpSetup dialog(*m_store, *m_sender, *m_prompt);
+    SmtpSetup dialog(settings(), *m_sender, *m_prompt);
     child<QLineEdit>(dialog, "txt_MailServer")->setText(QStringLiteral("127.0.0.1"));
     child<QLineEdit>(dialog, "txt_SMTPPort")->setText(port);
     child<QLineEdit>(dialog, "txt_FromAddress")->setText(from);

@@ -4,7 +4,10 @@
 #include "mailcompose.h"
 #include "mailsender.h"
 #include "mailsettingsfile.h"
+#include "manualclock.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "smtpserverprocess.h"
 #include "tagmail.h"
 #include "tagstore.h"
@@ -29,6 +32,14 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
     FileSet m_files;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     std::unique_ptr<ServerProcess> m_server;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
     ScriptedPrompt m_prompt;
@@ -87,7 +98,7 @@ void TestTagMail::deliversTheTagAsWritten()
     CommLog log(m_files.log, m_clock);
     MailSender sender(log, m_clock, m_prompt);
     QSignalSpy sent(&sender, &MailSender::sent);
-    TagMailer mailer(m_files, *m_store, sender, m_clock, m_prompt);
+    TagMailer mailer(m_files, *m_store, settings(), sender, m_clock, m_prompt);
     QVERIFY(mailer.SendTagMail(k));
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
     QCOMPARE(sent.first().at(0).toBool(), true);
@@ -156,7 +167,7 @@ void TestTagMail::refusedBeforeAnySession()
     CommLog log(m_files.log, m_clock);
     MailSender sender(log, m_clock, m_prompt);
     QSignalSpy sent(&sender, &MailSender::sent);
-    TagMailer mailer(m_files, *m_store, sender, m_clock, m_prompt);
+    TagMailer mailer(m_files, *m_store, settings(), sender, m_clock, m_prompt);
     if (recipients.subject.contains(u'\n'))
         QVERIFY(!mailer.sendDirect(recipients, QStringLiteral("本文")));
     else

@@ -7,9 +7,11 @@
 #include "fileset.h"
 #include "frmnetwork.h"
 #include "mainmenu.h"
+#include "manualclock.h"
 #include "netdesk.h"
 #include "netendpoint.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "tagmain.h"
 #include "tagstore.h"
 

@@ -4,9 +4,11 @@
 #include "commlog.h"
 #include "cp932.h"
 #include "datagram.h"
+#include "manualclock.h"
 #include "netendpoint.h"
 #include "netlog.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 
 #include <QDeadlineTimer>
 #include <QFile>

@@ -5,6 +5,8 @@
 #include "netsetup.h"
 #include "netsetupinput.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "tagstore.h"
 
 #include <QCheckBox>
@@ -228,7 +230,9 @@ void TestNetSetup::dialogRefusesThenStores()
     TagStore store(files.dt1);
     QVERIFY(store.writeEnv(EnvRecord()));
     ScriptedPrompt prompt;
-    NetSetup dialog(store, Here, prompt);
+    Settings settings(store);
+    settings.load();
+    NetSetup dialog(settings, Here, prompt);
     QSignalSpy stored(&dialog, &NetSetup::settingsStored);
     auto *port = dialog.findChild<QLineEdit *>(QStringLiteral("txt_PortNo"));
     auto *ok = dialog.findChild<QPushButton *>(QStringLiteral("cmd_OK"));

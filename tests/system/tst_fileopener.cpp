@@ -1,5 +1,6 @@
 #include "fileopener.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 
 #include <QDir>
 #include <QFile>

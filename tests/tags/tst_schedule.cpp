@@ -1,6 +1,7 @@
 // Runs with TZ=Europe/Berlin (set by CTest) so daylight saving days are real.
 #include "prompt.h"
 #include "schedule.h"
+#include "scriptedprompt.h"
 
 #include <QTest>
 #include <QTimeZone>

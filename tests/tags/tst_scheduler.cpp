@@ -1,6 +1,8 @@
 #include "clock.h"
+#include "manualclock.h"
 #include "prompt.h"
 #include "scheduler.h"
+#include "scriptedprompt.h"
 #include "tagstore.h"
 
 #include <QTemporaryDir>

@@ -1,6 +1,9 @@
 #include "clock.h"
+#include "manualclock.h"
 #include "oledate.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "soundplayer.h"
 #include "tagentry.h"
 #include "tagstore.h"
@@ -57,6 +60,14 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     ScriptedPrompt m_prompt;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 0))};
     std::unique_ptr<SoundPlayer> m_sound;
@@ -71,7 +82,7 @@ void TestTagEntry::init()
     QVERIFY(m_store->writeEnv(EnvRecord()));
     m_prompt = ScriptedPrompt();
     m_sound = std::make_unique<SoundPlayer>();
-    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    m_entry = std::make_unique<TagEntry>(*m_store, settings(), m_prompt, m_clock, *m_sound);
 }
 
 int TestTagEntry::addWeeklyTag()
@@ -213,7 +224,7 @@ void TestTagEntry::eraseTimeTakenBack()
     QCOMPARE(m_prompt.shown, QStringList());
     QCOMPARE(m_store->readTag(1)->text(Tag::EraseTime), QString());
     // Delete on either list takes the time back as well.
-    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    m_entry = std::make_unique<TagEntry>(*m_store, settings(), m_prompt, m_clock, *m_sound);
     QVERIFY(m_entry->openTag(1));
     pick("cmb_DHH", 14);
     pick("cmb_DMM", 2);
@@ -241,7 +252,7 @@ void TestTagEntry::tagGrowsWithItsText()
     click("Command1");
     QCOMPARE(m_store->readTag(1)->longValue(Tag::Height), 24);
 
-    m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+    m_entry = std::make_unique<TagEntry>(*m_store, settings(), m_prompt, m_clock, *m_sound);
     QVERIFY(m_entry->openTag(1));
     get<QPlainTextEdit>("txt_Message")
         ->setPlainText(u"アラーム：お客様へ見積書を送る\n午後の会議\n資料は3部\n会議室B"_s);
@@ -255,7 +266,7 @@ void TestTagEntry::newTagsCascade()
 {
     QList<QPoint> places;
     for (int i = 0; i < 3; ++i) {
-        m_entry = std::make_unique<TagEntry>(*m_store, m_prompt, m_clock, *m_sound);
+        m_entry = std::make_unique<TagEntry>(*m_store, settings(), m_prompt, m_clock, *m_sound);
         m_entry->openNew();
         get<QPlainTextEdit>("txt_Message")->setPlainText(u"メモ"_s);
         click("Command1");

@@ -1,5 +1,6 @@
 #include "oledate.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "tagentryinput.h"
 #include "tagrecord.h"
 

@@ -1,6 +1,8 @@
 #include "oledate.h"
+#include "settings.h"
 #include "taglistmodel.h"
 #include "tagstore.h"
+#include "twips.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -45,6 +47,14 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
 };
 
 void TestTagListModel::init()
@@ -74,7 +84,7 @@ void TestTagListModel::rowsFollowTheStateMark()
           {1, "9", u"gone"_s},
           {3, "0", u"last"_s},
           {1, "D", u"t2"_s}});
-    const TagListModel model(*m_store);
+    const TagListModel model(*m_store, settings());
     QCOMPARE(model.rows(TagListModel::View::Live),
              (QList<TagListRow>{{1, u"『すぐに表示』 a"_s}, {4, u"『毎週表示　』 last"_s}}));
     QCOMPARE(model.rows(TagListModel::View::Trash),
@@ -138,7 +148,7 @@ void TestTagListModel::describe()
 void TestTagListModel::trashAndRestore()
 {
     fill({{2, "0", u"one"_s}, {2, "0", u"two"_s}, {2, "9", u"free"_s}});
-    const TagListModel model(*m_store);
+    const TagListModel model(*m_store, settings());
     const TagRecord before = *m_store->readTag(1);
     QVERIFY(model.trash(1));
     QCOMPARE(m_store->readTag(1)->stateMark(), u"D"_s);
@@ -157,7 +167,7 @@ void TestTagListModel::deleteForGoodWipesTheRecord()
     t.setText(Tag::Password, u"pw123"_s);
     t.setDate(Tag::EraseDateTime, OleDate::parse(u"2024/05/02 10:00:00"_s));
     QCOMPARE(m_store->addTag(t), std::optional<int>(1));
-    const TagListModel model(*m_store);
+    const TagListModel model(*m_store, settings());
     QVERIFY(model.trash(1) && model.deleteForGood(1));
 
     const TagRecord freed = *m_store->readTag(1);
@@ -174,7 +184,7 @@ void TestTagListModel::deleteForGoodWipesTheRecord()
 
 void TestTagListModel::geometry()
 {
-    const TagListModel model(*m_store);
+    const TagListModel model(*m_store, settings());
     QCOMPARE(model.storedGeometry(TagListModel::View::Trash, 96, 96), std::nullopt);
     QVERIFY(model.storeGeometry(TagListModel::View::Trash, QRect(10, 20, 500, 300), 96, 120));
     const EnvRecord env = *m_store->readEnv();
@@ -182,7 +192,7 @@ void TestTagListModel::geometry()
     QCOMPARE(env.longValue(Env::TrashListHeight), 3600);
     QCOMPARE(env.longValue(Env::TagListWidth), 0);
     QCOMPARE(model.storedGeometry(TagListModel::View::Trash, 144, 96), QRect(15, 16, 750, 240));
-    QCOMPARE(TagListModel::twipsToPixels(1000, 96), 67); // rounded, not cut
+    QCOMPARE(twipsToPixels(1000, 96), 67); // rounded, not cut
 }
 
 QTEST_GUILESS_MAIN(TestTagListModel)

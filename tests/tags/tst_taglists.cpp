@@ -1,5 +1,7 @@
 #include "oledate.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
+#include "settings.h"
 #include "taglist.h"
 #include "taglisthost.h"
 #include "tagstore.h"
@@ -69,6 +71,14 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<Settings> m_settings;
+    // Record 1 as it stands now, for the object about to be made.
+    Settings &settings()
+    {
+        m_settings = std::make_unique<Settings>(*m_store);
+        m_settings->load();
+        return *m_settings;
+    }
     ScriptedPrompt m_prompt;
     FakeHost m_host;
 };
@@ -118,7 +128,7 @@ void TestTagLists::editorCommands()
     QFETCH(bool, editorOpen);
     QFETCH(QString, said);
     QFETCH(QString, called);
-    TagList list(*m_store, m_prompt, m_host);
+    TagList list(*m_store, settings(), m_prompt, m_host);
     m_host.editorOpen = editorOpen;
     if (select)
         QVERIFY(list.selectTag(select));
@@ -133,7 +143,7 @@ void TestTagLists::editorCommands()
 void TestTagLists::selectingShowsTheState()
 {
     m_host.shown = {2};
-    TagList list(*m_store, m_prompt, m_host);
+    TagList list(*m_store, settings(), m_prompt, m_host);
     QVERIFY(list.infoLabel()->text().isEmpty());
     QTest::mouseClick(list.list()->viewport(), Qt::LeftButton, {},
                       list.list()->visualItemRect(list.list()->item(1)).center());
@@ -145,7 +155,7 @@ void TestTagLists::selectingShowsTheState()
     QCOMPARE(m_host.calls, (QStringList{u"hideTag 2"_s, u"redisplayTag 2"_s}));
     QCOMPARE(list.infoLabel()->text(), u"毎日、09:05 から\n表示されています。"_s);
 
-    TrashList trash(*m_store, m_prompt, m_host);
+    TrashList trash(*m_store, settings(), m_prompt, m_host);
     QVERIFY(trash.selectTag(6));
     QCOMPARE(trash.infoLabel()->text(), u"2024/05/01 09:05 から\n表示されます。"_s);
 }
@@ -163,7 +173,7 @@ void TestTagLists::deleteFromTrash()
 {
     QFETCH(QString, command);
     QFETCH(bool, yes);
-    TrashList trash(*m_store, m_prompt, m_host);
+    TrashList trash(*m_store, settings(), m_prompt, m_host);
     action(trash, command.toLatin1().constData())->trigger(); // nothing selected: no question
     QVERIFY(m_prompt.shown.isEmpty());
     QVERIFY(trash.selectTag(5) && trash.selectTag(7));
@@ -195,8 +205,8 @@ void TestTagLists::emptyTrash()
     QFETCH(bool, empty);
     QFETCH(bool, yes);
     if (empty)
-        QCOMPARE(TagListModel(*m_store).emptyTrash().size(), 3);
-    TrashList trash(*m_store, m_prompt, m_host);
+        QCOMPARE(TagListModel(*m_store, settings()).emptyTrash().size(), 3);
+    TrashList trash(*m_store, settings(), m_prompt, m_host);
     m_prompt.answers = {yes};
     action(trash, "mnu_AllDelete")->trigger();
     QCOMPARE(m_prompt.shown,
@@ -216,7 +226,7 @@ void TestTagLists::emptyTrash()
 
 void TestTagLists::restoreSeveral()
 {
-    TrashList trash(*m_store, m_prompt, m_host);
+    TrashList trash(*m_store, settings(), m_prompt, m_host);
     trash.list()->setCurrentRow(0);
     QTest::mouseClick(trash.list()->viewport(), Qt::LeftButton, Qt::ControlModifier,
                       trash.list()->visualItemRect(trash.list()->item(2)).center());
@@ -227,13 +237,13 @@ void TestTagLists::restoreSeveral()
     QCOMPARE(mark(7), u"0"_s);
     QCOMPARE(trash.list()->count(), 1);
     QVERIFY(m_prompt.shown.isEmpty());
-    TagList list(*m_store, m_prompt, m_host);
+    TagList list(*m_store, settings(), m_prompt, m_host);
     QCOMPARE(list.list()->count(), 6);
 }
 
 void TestTagLists::popupOnARow()
 {
-    TagList list(*m_store, m_prompt, m_host);
+    TagList list(*m_store, settings(), m_prompt, m_host);
     list.show();
     QVERIFY(QTest::qWaitForWindowExposed(&list));
     QWidget *viewport = list.list()->viewport();
@@ -251,7 +261,7 @@ void TestTagLists::popupOnARow()
 
 void TestTagLists::keysAndFilter()
 {
-    TagList list(*m_store, m_prompt, m_host);
+    TagList list(*m_store, settings(), m_prompt, m_host);
     list.show();
     auto *filter = list.findChild<QLineEdit *>(u"txt_Filter"_s);
     QVERIFY(filter);
@@ -268,7 +278,7 @@ void TestTagLists::keysAndFilter()
     QTest::keyClick(list.list(), Qt::Key_Escape);
     QVERIFY(!list.isVisible());
 
-    TrashList trash(*m_store, m_prompt, m_host);
+    TrashList trash(*m_store, settings(), m_prompt, m_host);
     QVERIFY(trash.selectTag(5));
     m_prompt.answers = {true};
     QTest::keyClick(trash.list(), Qt::Key_Delete);

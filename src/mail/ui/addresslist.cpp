@@ -1,7 +1,8 @@
 #include "addresslist.h"
 
 #include "prompt.h"
-#include "tagstore.h"
+#include "settings.h"
+#include "twips.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -25,7 +26,6 @@
 
 namespace {
 
-constexpr double TwipsPerInch = 1440.0;
 
 QPushButton *button(const char *name, const QString &caption, QWidget *parent)
 {
@@ -71,9 +71,9 @@ void choose(QComboBox *combo, const QString &text)
 
 } // namespace
 
-AddressList::AddressList(AddressBook &book, const QString &dt3Path, const TagStore &store,
+AddressList::AddressList(AddressBook &book, const QString &dt3Path, Settings &settings,
                          Prompt &prompt, QWidget *parent)
-    : QDialog(parent), m_book(book), m_work(book), m_dt3Path(dt3Path), m_store(store),
+    : QDialog(parent), m_book(book), m_work(book), m_dt3Path(dt3Path), m_settings(settings),
       m_prompt(prompt), m_lists(new QStackedWidget(this)),
       m_people(list(
           "lst_AddrList",
@@ -408,28 +408,22 @@ void AddressList::done(int result)
 
 void AddressList::restorePosition()
 {
-    const auto env = m_store.readEnv();
-    if (!env)
-        return;
-    const qint32 left = env->longValue(Env::AddressListLeft);
-    const qint32 top = env->longValue(Env::AddressListTop);
+    const EnvRecord &env = m_settings.env();
+    const qint32 left = env.longValue(Env::AddressListLeft);
+    const qint32 top = env.longValue(Env::AddressListTop);
     if (left == 0 && top == 0)
         return; // never stored: let the window system place it
-    const QPoint at(qRound(left * logicalDpiX() / TwipsPerInch),
-                    qRound(top * logicalDpiY() / TwipsPerInch));
+    const QPoint at(twipsToPixels(left, logicalDpiX()), twipsToPixels(top, logicalDpiY()));
     if (QGuiApplication::screenAt(at))
         move(at);
 }
 
 void AddressList::storePosition()
 {
-    QString error;
-    auto env = m_store.readEnv(&error);
-    if (env) {
-        env->setLong(Env::AddressListLeft, qRound(pos().x() * TwipsPerInch / logicalDpiX()));
-        env->setLong(Env::AddressListTop, qRound(pos().y() * TwipsPerInch / logicalDpiY()));
-        if (m_store.writeEnv(*env, &error))
-            return;
-    }
-    qWarning("AddressList position not stored: %s", qPrintable(error));
+    const QString error = m_settings.change([this](EnvRecord &env) {
+        env.setLong(Env::AddressListLeft, pixelsToTwips(pos().x(), logicalDpiX()));
+        env.setLong(Env::AddressListTop, pixelsToTwips(pos().y(), logicalDpiY()));
+    });
+    if (!error.isEmpty())
+        qWarning("AddressList position not stored: %s", qPrintable(error));
 }

@@ -12,7 +12,7 @@ class QLineEdit;
 class QPushButton;
 class QStackedWidget;
 class QTreeWidget;
-class TagStore;
+class Settings;
 
 // Edits the mail address book: people with up to three groups, and the groups.
 // Works on a copy; mnu_Save writes Pinboard.dt3 and only then hands the copy to
@@ -21,7 +21,7 @@ class AddressList : public QDialog
 {
     Q_OBJECT
 public:
-    AddressList(AddressBook &book, const QString &dt3Path, const TagStore &store, Prompt &prompt,
+    AddressList(AddressBook &book, const QString &dt3Path, Settings &settings, Prompt &prompt,
                 QWidget *parent = nullptr);
 
     // The book as edited here, saved or not.
@@ -59,7 +59,7 @@ private:
     AddressBook &m_book;
     AddressBook m_work;
     QString m_dt3Path;
-    const TagStore &m_store;
+    Settings &m_settings;
     Prompt &m_prompt;
     bool m_modified = false;
     int m_editRow = -1; // the person cmd_Entry updates; -1 registers a new one

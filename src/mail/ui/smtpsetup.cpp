@@ -2,7 +2,7 @@
 
 #include "mailsender.h"
 #include "prompt.h"
-#include "tagstore.h"
+#include "settings.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -60,8 +60,8 @@ QString timeStepLabel(int step)
     return step >= 0 && step <= MaxStep ? QString::fromUtf16(Labels[step]) : QString();
 }
 
-SmtpSetup::SmtpSetup(const TagStore &store, MailSender &sender, Prompt &prompt, QWidget *parent)
-    : QDialog(parent), m_store(store), m_sender(sender), m_prompt(prompt)
+SmtpSetup::SmtpSetup(Settings &settings, MailSender &sender, Prompt &prompt, QWidget *parent)
+    : QDialog(parent), m_settings(settings), m_sender(sender), m_prompt(prompt)
 {
     setObjectName(QStringLiteral("frmSMTPSetup"));
     setWindowTitle(QStringLiteral("メール設定"));
@@ -108,7 +108,7 @@ SmtpSetup::SmtpSetup(const TagStore &store, MailSender &sender, Prompt &prompt, 
     // One test at a time from this dialog; the sender queues behind any mail.
     connect(&m_sender, &MailSender::testFinished, this, [this] { m_test->setEnabled(true); });
 
-    const EnvRecord env = m_store.readEnv().value_or(EnvRecord());
+    const EnvRecord &env = m_settings.env();
     m_server->setText(env.text(Env::SmtpServer));
     m_port->setText(QString::number(env.longValue(Env::SmtpPort)));
     m_from->setText(env.text(Env::SmtpFrom));
@@ -118,18 +118,14 @@ SmtpSetup::SmtpSetup(const TagStore &store, MailSender &sender, Prompt &prompt, 
 
 void SmtpSetup::store()
 {
-    QString error;
-    std::optional<EnvRecord> env = m_store.readEnv(&error);
-    if (!env) {
-        m_prompt.warn(error);
-        return;
-    }
-    env->setByte(Env::MailConfigured, 1);
-    env->setText(Env::SmtpServer, m_server->text().trimmed());
-    env->setLong(Env::SmtpPort, std::clamp(m_port->text().toInt(), 0, 65535));
-    env->setLong(Env::SmtpTimeStep, m_step->value());
-    env->setText(Env::SmtpFrom, m_from->text().trimmed());
-    if (!m_store.writeEnv(*env, &error)) {
+    const QString error = m_settings.change([this](EnvRecord &env) {
+        env.setByte(Env::MailConfigured, 1);
+        env.setText(Env::SmtpServer, m_server->text().trimmed());
+        env.setLong(Env::SmtpPort, std::clamp(m_port->text().toInt(), 0, 65535));
+        env.setLong(Env::SmtpTimeStep, m_step->value());
+        env.setText(Env::SmtpFrom, m_from->text().trimmed());
+    });
+    if (!error.isEmpty()) {
         m_prompt.warn(error);
         return;
     }

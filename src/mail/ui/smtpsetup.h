@@ -9,7 +9,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QScrollBar;
-class TagStore;
+class Settings;
 
 // The first fault of the connection test's input, with the control to focus.
 struct SmtpInputFault
@@ -30,7 +30,7 @@ class SmtpSetup : public QDialog
 {
     Q_OBJECT
 public:
-    SmtpSetup(const TagStore &store, MailSender &sender, Prompt &prompt, QWidget *parent = nullptr);
+    SmtpSetup(Settings &settings, MailSender &sender, Prompt &prompt, QWidget *parent = nullptr);
 
 Q_SIGNALS:
     void settingsStored();
@@ -39,7 +39,7 @@ private:
     void store();
     void connectionTest();
 
-    const TagStore &m_store;
+    Settings &m_settings;
     MailSender &m_sender;
     Prompt &m_prompt;
     QLineEdit *m_server;

@@ -1,7 +1,7 @@
 #include "netsetup.h"
 
 #include "prompt.h"
-#include "tagstore.h"
+#include "settings.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -11,9 +11,9 @@
 #include <QRegularExpressionValidator>
 #include <QVBoxLayout>
 
-NetSetup::NetSetup(const TagStore &store, const LocalIdentity &local, Prompt &prompt,
+NetSetup::NetSetup(Settings &settings, const LocalIdentity &local, Prompt &prompt,
                    QWidget *parent)
-    : QDialog(parent), m_store(store), m_local(local), m_prompt(prompt)
+    : QDialog(parent), m_settings(settings), m_local(local), m_prompt(prompt)
 {
     setObjectName(QStringLiteral("NetSetup"));
     setWindowTitle(QStringLiteral("ネットワークの設定"));
@@ -59,8 +59,7 @@ NetSetup::NetSetup(const TagStore &store, const LocalIdentity &local, Prompt &pr
     connect(ok, &QPushButton::clicked, this, &NetSetup::accept);
     connect(cancel, &QPushButton::clicked, this, &NetSetup::reject);
 
-    const auto env = m_store.readEnv();
-    const NetSetupInput in = netSetupFromEnv(env ? *env : EnvRecord(), m_local);
+    const NetSetupInput in = netSetupFromEnv(m_settings.env(), m_local);
     m_port->setText(in.port);
     m_name->setText(in.userName);
     for (int row = 0; row < TargetSlots; ++row) {
@@ -94,15 +93,12 @@ void NetSetup::accept()
             w->setFocus();
         return;
     }
-    QString error;
-    auto env = m_store.readEnv(&error);
-    if (env) {
-        storeNetSetup(in, m_local, *env);
-        if (m_store.writeEnv(*env, &error)) {
-            QDialog::accept();
-            Q_EMIT settingsStored();
-            return;
-        }
+    const QString error =
+        m_settings.change([&](EnvRecord &env) { storeNetSetup(in, m_local, env); });
+    if (error.isEmpty()) {
+        QDialog::accept();
+        Q_EMIT settingsStored();
+        return;
     }
     qWarning().noquote() << "Pinboard:" << error;
 }

@@ -8,7 +8,7 @@
 class Prompt;
 class QCheckBox;
 class QLineEdit;
-class TagStore;
+class Settings;
 
 // NetSetup: port, participant name and the 16 broadcast targets. OK checks the
 // input in order, stores it in record 1 and reports settingsStored().
@@ -16,7 +16,7 @@ class NetSetup : public QDialog
 {
     Q_OBJECT
 public:
-    NetSetup(const TagStore &store, const LocalIdentity &local, Prompt &prompt,
+    NetSetup(Settings &settings, const LocalIdentity &local, Prompt &prompt,
              QWidget *parent = nullptr);
 
     NetSetupInput input() const;
@@ -27,7 +27,7 @@ Q_SIGNALS:
 private:
     void accept() override;
 
-    const TagStore &m_store;
+    Settings &m_settings;
     LocalIdentity m_local;
     Prompt &m_prompt;
     QLineEdit *m_port;

@@ -4,12 +4,14 @@
 #include "clock.h"
 #include "fileopener.h"
 #include "prompt.h"
+#include "settings.h"
 #include "soundplayer.h"
 #include "tagactions.h"
 #include "tagplacement.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "textcalendar.h"
+#include "twips.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -74,9 +76,9 @@ const QString NetTip = u"指定された内容でタグをネットワーク上�
 
 } // namespace
 
-TagEntry::TagEntry(const TagStore &store, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
+TagEntry::TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
                    QWidget *parent)
-    : QDialog(parent), m_store(store), m_prompt(prompt), m_clock(clock), m_sound(sound)
+    : QDialog(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_clock(clock), m_sound(sound)
 {
     setObjectName(u"TagEntry"_s);
     setWindowTitle(u"付箋の作成"_s);
@@ -378,9 +380,9 @@ void TagEntry::watchChanges()
 
 // ---- opening ----
 
-EnvRecord TagEntry::env() const
+const EnvRecord &TagEntry::env() const
 {
-    return m_store.readEnv().value_or(EnvRecord());
+    return m_settings.env();
 }
 
 void TagEntry::openNew()
@@ -837,20 +839,16 @@ void TagEntry::applyEntrySize(const EnvRecord &env)
 {
     const int w = env.longValue(Env::EntryWidth);
     const int h = env.longValue(Env::EntryHeight);
-    resize((w > 0 ? w : DefaultWidthTwips) * logicalDpiX() / 1440,
-           (h > 0 ? h : DefaultHeightTwips) * logicalDpiY() / 1440);
+    resize(twipsToPixels(w > 0 ? w : DefaultWidthTwips, logicalDpiX()),
+           twipsToPixels(h > 0 ? h : DefaultHeightTwips, logicalDpiY()));
 }
 
 void TagEntry::storeEntrySize()
 {
-    QString error;
-    auto settings = m_store.readEnv(&error);
-    if (!settings) {
-        qWarning("editor size not kept: %s", qPrintable(error));
-        return;
-    }
-    settings->setLong(Env::EntryWidth, width() * 1440 / logicalDpiX());
-    settings->setLong(Env::EntryHeight, height() * 1440 / logicalDpiY());
-    if (!m_store.writeEnv(*settings, &error))
+    const QString error = m_settings.change([this](EnvRecord &env) {
+        env.setLong(Env::EntryWidth, pixelsToTwips(width(), logicalDpiX()));
+        env.setLong(Env::EntryHeight, pixelsToTwips(height(), logicalDpiY()));
+    });
+    if (!error.isEmpty())
         qWarning("editor size not kept: %s", qPrintable(error));
 }

@@ -20,6 +20,7 @@ class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
 class SoundPlayer;
+class Settings;
 class TagStore;
 
 // The dialog in which a tag is written or changed: message, look, schedule, sound
@@ -32,7 +33,7 @@ public:
     static constexpr int DefaultWidthTwips = 8500;
     static constexpr int DefaultHeightTwips = 7400;
 
-    TagEntry(const TagStore &store, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
+    TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
              QWidget *parent = nullptr);
 
     void openNew();                      // defaults from record 1, today's date in txt_Date
@@ -92,11 +93,12 @@ private:
     void clearEraseTime();
     void askCalendarMonth();
 
-    EnvRecord env() const;
+    const EnvRecord &env() const;
     void applyEntrySize(const EnvRecord &env);
     void storeEntrySize();
 
     const TagStore &m_store;
+    Settings &m_settings;
     Prompt &m_prompt;
     const Clock &m_clock;
     SoundPlayer &m_sound;

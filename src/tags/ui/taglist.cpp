@@ -6,8 +6,8 @@
 #include <QListWidget>
 #include <QMenu>
 
-TagList::TagList(const TagStore &store, Prompt &prompt, TagListHost &host, QWidget *parent)
-    : TagListWindow(TagListModel::View::Live, store, prompt, host, parent)
+TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host, QWidget *parent)
+    : TagListWindow(TagListModel::View::Live, store, settings, prompt, host, parent)
 {
     setObjectName(QStringLiteral("TagList"));
     setWindowTitle(QStringLiteral("付箋一覧"));

@@ -38,7 +38,7 @@ Q_SIGNALS:
     void closed();
 
 protected:
-    TagListWindow(TagListModel::View view, const TagStore &store, Prompt &prompt, TagListHost &host,
+    TagListWindow(TagListModel::View view, const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
                   QWidget *parent);
 
     // The text under the list for tag k.

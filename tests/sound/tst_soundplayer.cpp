@@ -1,4 +1,5 @@
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "soundplayer.h"
 
 #include <QFile>

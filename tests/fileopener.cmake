@@ -1,1 +1,0 @@
-pb_add_test(fileopener system pb_system)

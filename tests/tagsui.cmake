@@ -1,6 +1,0 @@
-pb_add_test(tagplacement tags pb_tags)
-pb_add_test(tagentryinput tags pb_tags)
-pb_add_test(taglistmodel tags pb_tags)
-pb_add_test(tagwindow tags pb_tagsui)
-pb_add_test(tagentry tags pb_tagsui)
-pb_add_test(taglists tags pb_tagsui)
