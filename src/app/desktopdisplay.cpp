@@ -62,14 +62,6 @@ void DesktopDisplay::showTag(int k, const TagRecord &tag)
         connect(w, &TagWindow::moved, this, &DesktopDisplay::storePosition);
         m_windows.emplace(k, std::move(owned));
     }
-    // The settings may lift scheduled tags, or those from other computers, above the rest.
-    const bool received = tag.text(Tag::ReceivedMark) == u"1";
-    const bool lifted =
-        tag.byte(Tag::TopMost) == 1 ||
-        (received ? m_env.byte(Env::NetTop) == 1
-                  : m_env.byte(Env::ScmTop) == 1 && tag.byte(Tag::ScheduleKind) != 0);
-    if (lifted != bool(w->windowFlags() & Qt::WindowStaysOnTopHint))
-        w->setWindowFlag(Qt::WindowStaysOnTopHint, lifted);
     w->show();
     w->raise();
     DialogLift::raiseAboveTags();

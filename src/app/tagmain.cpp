@@ -1,5 +1,7 @@
 #include "tagmain.h"
 
+#include "tagoperations.h"
+
 #include "clock.h"
 #include "clockchangewatcher.h"
 #include "desktopdisplay.h"
@@ -110,6 +112,7 @@ bool TagMain::start()
     m_firstRun = prepared.firstRun;
     m_store = std::make_unique<TagStore>(m_files.dt1);
     m_settings = std::make_unique<Settings>(*m_store);
+    m_operations = std::make_unique<TagOperations>(*m_store, m_prompt);
 
     // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
     m_clockWatcher = std::make_unique<ClockChangeWatcher>();
@@ -358,7 +361,7 @@ void TagMain::toggleLog()
 
 void TagMain::onTagMenu(int k, int entry)
 {
-    auto tag = m_store->readTag(k);
+    auto tag = m_operations->read(k);
     if (!tag)
         return;
     TagWindow *w = m_display->window(k);
@@ -382,8 +385,7 @@ void TagMain::onTagMenu(int k, int entry)
         m_tagScheduler->hideTag(k);
         break;
     case TagPopupMenu::Delete:
-        tag->setStateMark(TagRecord::InTrash);
-        if (m_store->writeTag(k, *tag))
+        if (m_operations->trash(k))
             m_editors->tagTrashed(k);
         break;
     case TagPopupMenu::Create:
@@ -394,12 +396,12 @@ void TagMain::onTagMenu(int k, int entry)
             const QSize size = TagActions::fitToText(*w);
             tag->setLong(Tag::Width, size.width());
             tag->setLong(Tag::Height, size.height());
-            m_store->writeTag(k, *tag);
+            (void)m_operations->store(k, *tag); // a failure has been told
         }
         break;
     case TagPopupMenu::Default: {
         const TagRecord styled = TagActions::withDefaults(*tag, m_settings->env());
-        if (m_store->writeTag(k, styled) && w)
+        if (m_operations->store(k, styled) && w)
             w->refresh(styled, m_settings->env());
         break;
     }

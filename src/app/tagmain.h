@@ -26,6 +26,7 @@ class Prompt;
 class QMenu;
 class Scheduler;
 class SingleInstance;
+class TagOperations;
 class TagPopupMenu;
 class TagStore;
 class TrayAttach;
@@ -108,6 +109,7 @@ private:
     std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<TagStore> m_store;
     std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TagOperations> m_operations;
     SchedulerTimer m_scheduler;
     std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
     std::unique_ptr<MainMenu> m_mainMenu;

@@ -103,3 +103,33 @@ std::optional<TagRecord> TagRecord::parse(QByteArrayView bytes, QString *error)
     record.m_message = bytes.sliced(FixedSize + 2, length).toByteArray();
     return record;
 }
+
+TagState TagRecord::state() const
+{
+    const QString mark = stateMark();
+    if (mark == QLatin1String(Live))
+        return TagState::Live;
+    if (mark == QLatin1String(InTrash))
+        return TagState::InTrash;
+    if (mark == QLatin1String(Deleted))
+        return TagState::Free;
+    return TagState::Unknown;
+}
+
+void TagRecord::setState(TagState state)
+{
+    switch (state) {
+    case TagState::Live: setStateMark(Live); break;
+    case TagState::InTrash: setStateMark(InTrash); break;
+    case TagState::Free: setStateMark(Deleted); break;
+    case TagState::Unknown: break;
+    }
+}
+
+std::optional<ScheduleKind> TagRecord::kind() const
+{
+    const int k = kindNumber();
+    if (k < int(ScheduleKind::ShowNow) || k > int(ScheduleKind::Monthly))
+        return std::nullopt;
+    return ScheduleKind(k);
+}

@@ -4,6 +4,13 @@
 
 #include <optional>
 
+// Where a tag stands: listed ("0"), in the trash ("D"), its record free ("9"),
+// or a mark this program never writes.
+enum class TagState { Live, InTrash, Free, Unknown };
+
+// The schedule kinds of field ScheduleKind; anything else is damaged data.
+enum class ScheduleKind { ShowNow = 0, OnDate = 1, Daily = 2, Weekly = 3, Monthly = 4 };
+
 // One tag: a 456-byte fixed part, then the message as a 2-byte length and its
 // CP932 bytes. Records 2 ... TagCount + 1 of Pinboard.dt1.
 namespace Tag {
@@ -38,6 +45,24 @@ public:
     QString stateMark() const { return text(Tag::StateMark); }
     void setStateMark(const char *mark) { setText(Tag::StateMark, QString::fromLatin1(mark)); }
     bool isFree() const { return stateMark() == QLatin1String(Deleted); }
+    TagState state() const;
+    void setState(TagState state);
+    bool isLive() const { return state() == TagState::Live; }
+
+    // The raw kind byte; kind() is empty for a kind this program does not know.
+    int kindNumber() const { return byte(Tag::ScheduleKind); }
+    std::optional<ScheduleKind> kind() const;
+    bool isScheduled() const { return kindNumber() != int(ScheduleKind::ShowNow); }
+
+    // Came from another computer, with the sender's name kept.
+    bool isReceived() const { return text(Tag::ReceivedMark) == u"1"; }
+    bool isSealed() const { return byte(Tag::SealedFlag) == 1; }
+    bool isMail() const { return byte(Tag::MailFlag) == 1; }
+    bool opensFile() const { return byte(Tag::OpenFileFlag) == 1; }
+    // The sound box: an alarm, or for a mail tag its attachment.
+    bool hasSoundOrAttachment() const { return byte(Tag::SoundFlag) == 1; }
+    bool mailSent() const { return byte(Tag::MailSent) == 1; }
+    bool isTopMost() const { return byte(Tag::TopMost) == 1; }
 
     QString message() const;
     void setMessage(const QString &text);

@@ -3,7 +3,6 @@
 #include "settings.h"
 #include "twips.h"
 
-#include "oledate.h"
 #include "schedule.h"
 #include "tagstore.h"
 
@@ -20,13 +19,6 @@ GeometryFields geometryFields(TagListModel::View view)
     if (view == TagListModel::View::Trash)
         return {Env::TrashListLeft, Env::TrashListTop, Env::TrashListWidth, Env::TrashListHeight};
     return {Env::TagListLeft, Env::TagListTop, Env::TagListWidth, Env::TagListHeight};
-}
-
-bool fail(QString *error, const QString &why)
-{
-    if (error)
-        *error = why;
-    return false;
 }
 
 } // namespace
@@ -52,20 +44,20 @@ QList<TagListRow> TagListModel::rows(View view) const
 QString TagListModel::rowText(const TagRecord &tag)
 {
     const QString message = tag.message();
-    return kindLabel(tag.byte(Tag::ScheduleKind)) + message.left(message.indexOf(u'\r'));
+    return kindLabel(tag.kindNumber()) + message.left(message.indexOf(u'\r'));
 }
 
 bool TagListModel::belongsTo(const TagRecord &tag, View view)
 {
     if (tag.isFree())
         return false;
-    const bool trashed = tag.stateMark() == QLatin1String(TagRecord::InTrash);
+    const bool trashed = tag.state() == TagState::InTrash;
     return trashed == (view == View::Trash);
 }
 
 QString TagListModel::describeLive(const TagRecord &tag, bool shown)
 {
-    return describeSchedule(TagSchedule::fromRecord(tag), shown, tag.byte(Tag::MailSent) == 1);
+    return describeSchedule(TagSchedule::fromRecord(tag), shown, tag.mailSent());
 }
 
 QString TagListModel::describeTrashed(const TagRecord &tag)
@@ -77,66 +69,6 @@ QString TagListModel::describeTrashed(const TagRecord &tag)
     // even for a mail tag.
     s.mail = false;
     return describeSchedule(s, false, false);
-}
-
-bool TagListModel::setMark(int k, const char *mark, QString *error) const
-{
-    auto tag = m_store.readTag(k, error);
-    if (!tag)
-        return false;
-    const bool toTrash = qstrcmp(mark, TagRecord::InTrash) == 0;
-    if (!belongsTo(*tag, toTrash ? View::Live : View::Trash))
-        return fail(error,
-                    QStringLiteral("tag %1 is not %2 (state \"%3\")")
-                        .arg(k)
-                        .arg(toTrash ? QStringLiteral("listed") : QStringLiteral("in the trash"),
-                             tag->stateMark()));
-    tag->setStateMark(mark);
-    return m_store.writeTag(k, *tag, error);
-}
-
-bool TagListModel::trash(int k, QString *error) const
-{
-    return setMark(k, TagRecord::InTrash, error);
-}
-
-bool TagListModel::restore(int k, QString *error) const
-{
-    return setMark(k, TagRecord::Live, error);
-}
-
-bool TagListModel::deleteForGood(int k, QString *error) const
-{
-    const auto old = m_store.readTag(k, error);
-    if (!old)
-        return false;
-    TagRecord freed;
-    freed.setText(Tag::TagNumber, old->tagNumber());
-    freed.setStateMark(TagRecord::Deleted);
-    freed.setDate(Tag::DisplayDateTime, OleDate::clearedDate());
-    freed.setDate(Tag::EraseDateTime, OleDate::clearedDate());
-    // A shorter record leaves the rest of its slot as it was: blank the old text
-    // in place first so it does not stay readable in the file.
-    if (!old->messageBytes().isEmpty()) {
-        TagRecord wipe = freed;
-        wipe.setMessageBytes(QByteArray(old->messageBytes().size(), ' '));
-        if (!m_store.writeTag(k, wipe, error))
-            return false;
-    }
-    return m_store.writeTag(k, freed, error);
-}
-
-QList<int> TagListModel::emptyTrash(QString *error) const
-{
-    QList<int> freed;
-    for (const TagListRow &row : rows(View::Trash)) {
-        QString why;
-        if (deleteForGood(row.k, &why))
-            freed.append(row.k);
-        else if (error)
-            *error = why;
-    }
-    return freed;
 }
 
 std::optional<QRect> TagListModel::storedGeometry(View view, int dpiX, int dpiY) const

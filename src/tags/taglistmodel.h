@@ -43,24 +43,13 @@ public:
     // The same for a tag in the trash.
     static QString describeTrashed(const TagRecord &tag);
 
-    bool trash(int k, QString *error = nullptr) const;
-    bool restore(int k, QString *error = nullptr) const;
-    // Frees the record: state "9", dates at 0001/01/01, every other field but the
-    // tag number blank, and the old message overwritten on disk.
-    bool deleteForGood(int k, QString *error = nullptr) const;
-    // Deletes every tag in the trash for good; the indexes freed, in order.
-    QList<int> emptyTrash(QString *error = nullptr) const;
-
     // Window geometry in record 1 is kept in twips; these are pixels at dpi.
     // nullopt when no size is stored.
     std::optional<QRect> storedGeometry(View view, int dpiX, int dpiY) const;
     bool storeGeometry(View view, const QRect &pixels, int dpiX, int dpiY,
                        QString *error = nullptr) const;
 
-
 private:
-    bool setMark(int k, const char *mark, QString *error) const;
-
     const TagStore &m_store;
     Settings &m_settings;
 };

@@ -126,3 +126,12 @@ QPoint cascadeTag(const QPoint &start, const QSize &size, const QList<QPoint> &t
         p += QPoint(step, step);
     }
 }
+
+bool staysOnTop(const TagRecord &tag, const EnvRecord &env)
+{
+    if (tag.isTopMost())
+        return true;
+    if (tag.isReceived())
+        return env.byte(Env::NetTop) == 1;
+    return env.byte(Env::ScmTop) == 1 && tag.isScheduled();
+}

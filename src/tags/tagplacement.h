@@ -1,5 +1,8 @@
 #pragma once
 
+#include "envrecord.h"
+#include "tagrecord.h"
+
 #include <QList>
 #include <QPoint>
 #include <QRect>
@@ -43,3 +46,8 @@ QSize grownToFit(const QSize &stored, const QSize &fitted, const QSize &workArea
 // start itself when the work area has no free place.
 QPoint cascadeTag(const QPoint &start, const QSize &size, const QList<QPoint> &taken,
                   const QRect &workArea, int step = 24);
+
+// Whether a tag window stays above other windows: its own switch, or the
+// setting that lifts tags from other computers, or the one that lifts scheduled
+// tags. Every path that shows or restyles a tag window asks this.
+bool staysOnTop(const TagRecord &tag, const EnvRecord &env);

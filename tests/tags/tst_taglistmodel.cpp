@@ -4,7 +4,6 @@
 #include "tagstore.h"
 #include "twips.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -38,8 +37,6 @@ private Q_SLOTS:
     void rowText();
     void describe_data();
     void describe();
-    void trashAndRestore();
-    void deleteForGoodWipesTheRecord();
     void geometry();
 
 private:
@@ -143,43 +140,6 @@ void TestTagListModel::describe()
     QCOMPARE(flags.contains(u't') ? TagListModel::describeTrashed(t)
                                   : TagListModel::describeLive(t, flags.contains(u'v')),
              text);
-}
-
-void TestTagListModel::trashAndRestore()
-{
-    fill({{2, "0", u"one"_s}, {2, "0", u"two"_s}, {2, "9", u"free"_s}});
-    const TagListModel model(*m_store, settings());
-    const TagRecord before = *m_store->readTag(1);
-    QVERIFY(model.trash(1));
-    QCOMPARE(m_store->readTag(1)->stateMark(), u"D"_s);
-    QCOMPARE(model.rows(TagListModel::View::Live).size(), 1);
-    QCOMPARE(model.rows(TagListModel::View::Trash).value(0).k, 1);
-    QVERIFY(!model.restore(2)); // not in the trash
-    QVERIFY(!model.trash(3));   // a free record stays free
-    QCOMPARE(m_store->readTag(3)->stateMark(), u"9"_s);
-    QVERIFY(model.restore(1));
-    QCOMPARE(*m_store->readTag(1), before);
-}
-
-void TestTagListModel::deleteForGoodWipesTheRecord()
-{
-    TagRecord t = makeTag(1, u"secret-text\r\nmore"_s);
-    t.setText(Tag::Password, u"pw123"_s);
-    t.setDate(Tag::EraseDateTime, OleDate::parse(u"2024/05/02 10:00:00"_s));
-    QCOMPARE(m_store->addTag(t), std::optional<int>(1));
-    const TagListModel model(*m_store, settings());
-    QVERIFY(model.trash(1) && model.deleteForGood(1));
-
-    const TagRecord freed = *m_store->readTag(1);
-    QCOMPARE(freed.stateMark(), u"9"_s);
-    QCOMPARE(freed.tagNumber(), u"00001"_s);
-    QCOMPARE(freed.date(Tag::DisplayDateTime), OleDate::clearedDate());
-    QCOMPARE(freed.date(Tag::EraseDateTime), OleDate::clearedDate());
-    QVERIFY(freed.message().isEmpty() && freed.text(Tag::Password).isEmpty());
-    QFile file(m_store->file().path());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(!file.readAll().contains("more")); // nor in the rest of the slot
-    QVERIFY(model.rows(TagListModel::View::Trash).isEmpty());
 }
 
 void TestTagListModel::geometry()

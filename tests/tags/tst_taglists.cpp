@@ -205,7 +205,7 @@ void TestTagLists::emptyTrash()
     QFETCH(bool, empty);
     QFETCH(bool, yes);
     if (empty)
-        QCOMPARE(TagListModel(*m_store, settings()).emptyTrash().size(), 3);
+        QCOMPARE(TagOperations(*m_store, m_prompt).emptyTrash().size(), 3);
     TrashList trash(*m_store, settings(), m_prompt, m_host);
     m_prompt.answers = {yes};
     action(trash, "mnu_AllDelete")->trigger();

@@ -78,7 +78,7 @@ const QString NetTip = u"指定された内容でタグをネットワーク上�
 
 TagEntry::TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
                    QWidget *parent)
-    : QDialog(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_clock(clock), m_sound(sound)
+    : QDialog(parent), m_store(store), m_settings(settings), m_operations(store, prompt), m_prompt(prompt), m_clock(clock), m_sound(sound)
 {
     setObjectName(u"TagEntry"_s);
     setWindowTitle(u"付箋の作成"_s);
@@ -395,7 +395,7 @@ void TagEntry::openNew()
     QList<QPoint> taken;
     for (int k = 1, count = m_store.tagCount(); k <= count; ++k) {
         const auto tag = m_store.readTag(k);
-        if (tag && tag->stateMark() == QLatin1String(TagRecord::Live))
+        if (tag && tag->isLive())
             taken << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
     }
     const QSize size(settings.integer(Env::DefaultWidth), settings.integer(Env::DefaultHeight));
@@ -418,12 +418,9 @@ void TagEntry::openNew()
 
 bool TagEntry::openTag(int k)
 {
-    QString error;
-    const auto tag = m_store.readTag(k, &error);
-    if (!tag) {
-        m_prompt.warn(error);
+    const auto tag = m_operations.read(k);
+    if (!tag)
         return false;
-    }
     if (tag->isFree())
         return false;
     TagEntryInput in = fromRecord(*tag);
@@ -435,19 +432,9 @@ bool TagEntry::openTag(int k)
 
 bool TagEntry::openCopy(int k)
 {
-    QString error;
-    auto tag = m_store.readTag(k, &error);
-    if (!tag) {
-        m_prompt.warn(error);
+    const auto tag = m_operations.copyOf(k);
+    if (!tag)
         return false;
-    }
-    // The copy is the writer's own tag: nothing of where the original came from.
-    tag->setText(Tag::TagNumber, QString());
-    tag->setStateMark(TagRecord::Live);
-    tag->setText(Tag::ReceivedMark, QString());
-    tag->setText(Tag::SenderName, QString());
-    tag->setText(Tag::SenderAddress, QString());
-    tag->setByte(Tag::MailSent, 0);
     TagEntryInput in = fromRecord(*tag);
     if (in.date.isEmpty())
         in.date = TagEntryText::formatDate(m_clock.now().date());
@@ -634,17 +621,13 @@ void TagEntry::storeTag()
     if (record.message() != before.message() ||
         TagWindow::fontOf(record) != TagWindow::fontOf(before))
         record = TagActions::grownToText(record, env());
-    QString error;
     int k = m_k;
     if (k == 0) {
-        const auto added = m_store.addTag(record, &error);
-        if (!added) {
-            m_prompt.warn(error);
+        const auto added = m_operations.addNew(record);
+        if (!added)
             return;
-        }
         k = *added;
-    } else if (!m_store.writeTag(k, record, &error)) {
-        m_prompt.warn(error);
+    } else if (!m_operations.store(k, record)) {
         return;
     }
     m_k = k;
@@ -662,18 +645,11 @@ void TagEntry::trashTag()
             u"現在編集を行っているタグをごみ箱に入れます。（削除する）。よろしいですか？"_s,
             u"削除の確認"_s))
         return;
-    QString error;
-    auto tag = m_store.readTag(m_k, &error);
-    if (tag) {
-        tag->setStateMark(TagRecord::InTrash);
-        if (m_store.writeTag(m_k, *tag, &error)) {
-            m_changed = false;
-            Q_EMIT tagTrashed(m_k);
-            reject();
-            return;
-        }
-    }
-    m_prompt.warn(error);
+    if (!m_operations.trash(m_k))
+        return;
+    m_changed = false;
+    Q_EMIT tagTrashed(m_k);
+    reject();
 }
 
 void TagEntry::restoreDefaultLook()

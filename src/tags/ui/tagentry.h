@@ -2,6 +2,7 @@
 
 #include "envrecord.h"
 #include "tagentryinput.h"
+#include "tagoperations.h"
 #include "tagrecord.h"
 
 #include <QDialog>
@@ -99,6 +100,7 @@ private:
 
     const TagStore &m_store;
     Settings &m_settings;
+    TagOperations m_operations;
     Prompt &m_prompt;
     const Clock &m_clock;
     SoundPlayer &m_sound;

@@ -100,11 +100,8 @@ void TagList::trashSelected()
     const int k = selectedTag();
     if (k == 0)
         return;
-    QString why;
-    if (!m_model.trash(k, &why)) {
-        qWarning("%s", qPrintable(why));
+    if (!m_operations.trash(k))
         return;
-    }
     m_host.tagTrashed(k);
     refill();
 }

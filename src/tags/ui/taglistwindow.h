@@ -1,6 +1,7 @@
 #pragma once
 
 #include "taglistmodel.h"
+#include "tagoperations.h"
 
 #include <QMainWindow>
 
@@ -60,6 +61,7 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
     TagListModel m_model;
+    TagOperations m_operations;
     const TagStore &m_store;
     Prompt &m_prompt;
     TagListHost &m_host;

@@ -113,7 +113,7 @@ TagWindow::TagWindow(int k, const TagRecord &tag, const EnvRecord &env, QWidget 
 
 void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
 {
-    const bool topMost = tag.byte(Tag::TopMost) == 1;
+    const bool topMost = staysOnTop(tag, env);
     if (topMost != bool(windowFlags() & Qt::WindowStaysOnTopHint)) {
         // Changing window flags hides a shown window.
         const bool wasVisible = isVisible();

@@ -51,11 +51,8 @@ void TrashList::restoreSelected()
     if (ks.isEmpty())
         return;
     for (int k : ks) {
-        QString why;
-        if (m_model.restore(k, &why))
+        if (m_operations.restore(k))
             m_host.tagRestored(k);
-        else
-            qWarning("%s", qPrintable(why));
     }
     refill();
 }
@@ -70,11 +67,8 @@ void TrashList::deleteSelected()
             confirmTitle()))
         return;
     for (int k : ks) {
-        QString why;
-        if (m_model.deleteForGood(k, &why))
+        if (m_operations.deleteForGood(k))
             m_host.tagDeletedForGood(k);
-        else
-            qWarning("%s", qPrintable(why));
     }
     refill();
 }
@@ -86,10 +80,7 @@ void TrashList::emptyTrash()
             confirmTitle()))
         return;
     m_host.stopMidi();
-    QString why;
-    const QList<int> freed = m_model.emptyTrash(&why);
-    if (!why.isEmpty())
-        qWarning("%s", qPrintable(why));
+    const QList<int> freed = m_operations.emptyTrash();
     for (int k : freed)
         m_host.tagDeletedForGood(k);
     refill();
