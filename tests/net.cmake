@@ -15,3 +15,6 @@ target_compile_definitions(tst_lanns PRIVATE PINBOARD_CLI="$<TARGET_FILE:pinboar
 add_dependencies(tst_lanns pinboard pinboard-cli)
 set_tests_properties(lanns PROPERTIES LABELS "net;x11" SKIP_RETURN_CODE 77 RUN_SERIAL TRUE
   ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+pb_add_test(tagwire net pb_net)
+pb_add_test(tagexchange net pb_netui)
+pb_add_test(chat net pb_net)

@@ -2,6 +2,7 @@
 
 #include "oledate.h"
 #include "schedule.h"
+#include "scheduler.h"
 #include "tagstore.h"
 
 namespace {
@@ -55,7 +56,7 @@ QString TagListModel::rowText(const TagRecord &tag)
 
 bool TagListModel::belongsTo(const TagRecord &tag, View view)
 {
-    if (tag.isFree())
+    if (tag.isFree() || isHeldSealed(tag))
         return false;
     const bool trashed = tag.stateMark() == QLatin1String(TagRecord::InTrash);
     return trashed == (view == View::Trash);
