@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "commlog.h"
 #include "cp932.h"
+#include "desktopdisplay.h"
 #include "fileset.h"
 #include "frmnetwork.h"
 #include "mainmenu.h"
@@ -11,12 +12,17 @@
 #include "netendpoint.h"
 #include "prompt.h"
 #include "tagmain.h"
+#include "tagsender.h"
 #include "tagstore.h"
+#include "tagwindow.h"
+#include "tagwire.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
+#include <QNetworkDatagram>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -46,6 +52,7 @@ private Q_SLOTS:
     void findsPeersListsThemAndLogsOutAtExit();
     void savingSettingsRestartsWithoutLogout();
     void adapterPages();
+    void receivedTagsOnTheDesktop();
 
 private:
     void writeSettings(const QString &host, bool log);
@@ -236,6 +243,62 @@ void TestLanMain::adapterPages()
     const QString lo = adapterText(QNetworkInterface::interfaceFromName(QStringLiteral("lo")));
     QVERIFY(lo.contains(QStringLiteral("IPアドレス: 127.0.0.1")));
     QVERIFY(lo.contains(QStringLiteral("サブネットマスク: 255.0.0.0")));
+}
+
+// 佐藤 on 127.0.0.2 is a bare socket: it sends tag records and reads the answers.
+void TestLanMain::receivedTagsOnTheDesktop()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    auto send = [&](bool sealed, const QString &text) {
+        TagRecord tag;
+        tag.setMessage(text);
+        Net::TagDatagram wire = TagWireMap::toDatagram(tag);
+        sealForSending(wire, sealed, {}, QStringLiteral("127.0.0.2"), QStringLiteral("佐藤"));
+        sato.writeDatagram(wire.bytes(), QHostAddress(Host.address), m_port);
+    };
+    QList<QByteArray> got; // what 佐藤 heard, start requests left out
+    auto answers = [&] {
+        while (sato.hasPendingDatagrams()) {
+            const QByteArray bytes = sato.receiveDatagram().data();
+            if (!bytes.startsWith('\xFF'))
+                got << bytes;
+        }
+        return got;
+    };
+    {
+        TagMain main(m_dir.path(), m_prompt, m_clock);
+        main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+        QVERIFY(main.start());
+        send(false, QStringLiteral("plain"));
+        QTRY_VERIFY(main.display()->window(1));
+        TagWindow *w = main.display()->window(1);
+        QVERIFY(w->isVisible());
+        QCOMPARE(w->toolTip(), QStringLiteral("このタブは、佐藤 から送られました。"));
+        QCOMPARE(w->noteLabel()->text(), QStringLiteral("佐藤から届きました。"));
+        QVERIFY(w->windowFlags() & Qt::WindowStaysOnTopHint); // mnu_NetTop is on by default
+        QTRY_COMPARE(answers(), QList<QByteArray>{"\x02" + Cp932::encode(u"山田")});
+        send(true, QStringLiteral("sealed"));
+        QTRY_VERIFY(topLevel<QWidget>("SealedForm"));
+        QVERIFY(!main.display()->window(2));
+    }
+    // The next start: still sealed, asked again; opened, it goes up and 佐藤 hears.
+    QTRY_COMPARE(answers().size(), 2);
+    got.clear();
+    TagMain again(m_dir.path(), m_prompt, m_clock);
+    again.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(again.start());
+    auto *form = topLevel<QWidget>("SealedForm");
+    QVERIFY(form);
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_IPAddress"))->text(),
+             QStringLiteral("127.0.0.2"));
+    QVERIFY(again.display()->window(1));
+    QVERIFY(!again.display()->window(2));
+    form->findChild<QPushButton *>(QStringLiteral("cmd_Open"))->click();
+    QVERIFY(again.display()->window(2));
+    QTRY_COMPARE(answers(), QList<QByteArray>{"\x0A" + Cp932::toField(u"山田", 32) + "sealed"});
+    QVERIFY(m_prompt.shown.isEmpty());
 }
 
 QTEST_MAIN(TestLanMain)
