@@ -123,7 +123,8 @@ bool NetDesk::sendTextAsTag(const QString &text, const QList<quint32> &recipient
     TagRecord record = TagActions::withDefaults(TagRecord(), env);
     record.setLong(Tag::Width, env.integer(Env::DefaultWidth));
     record.setLong(Tag::Height, env.integer(Env::DefaultHeight));
-    record.setMessage(text);
+    // Stored with CR LF line ends, however the text came.
+    record.setMessage(TagEntryText::stored(text));
     Net::TagDatagram wire = TagWireMap::toDatagram(record);
     sealForSending(wire, false, QString(), NetLog::AddrToText(m_endpoint.config().localIp),
                    m_endpoint.config().userName);

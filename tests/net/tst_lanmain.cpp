@@ -3,6 +3,7 @@
 // 127.0.0.1, so nothing leaves loopback.
 #include "clock.h"
 #include "commlog.h"
+#include "chatsession.h"
 #include "cp932.h"
 #include "desktopdisplay.h"
 #include "fileset.h"
@@ -21,6 +22,7 @@
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
+#include <QListWidget>
 #include <QLineEdit>
 #include <QNetworkDatagram>
 #include <QPushButton>
@@ -53,6 +55,8 @@ private Q_SLOTS:
     void savingSettingsRestartsWithoutLogout();
     void adapterPages();
     void receivedTagsOnTheDesktop();
+    void chatWindows();
+    void textAsTag();
 
 private:
     void writeSettings(const QString &host, bool log);
@@ -299,6 +303,90 @@ void TestLanMain::receivedTagsOnTheDesktop()
     QVERIFY(again.display()->window(2));
     QTRY_COMPARE(answers(), QList<QByteArray>{"\x0A" + Cp932::toField(u"山田", 32) + "sealed"});
     QVERIFY(m_prompt.shown.isEmpty());
+}
+
+void TestLanMain::chatWindows()
+{
+    writeSettings(Host.hostName, false);
+    CommLog peerLog({}, m_clock);
+    ScriptedPrompt peerPrompt;
+    NetEndpoint peer(peerLog, m_clock, peerPrompt);
+    ChatSession bob(peer, peerPrompt);
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QVERIFY(peer.StartNetwork(bobOn127002()));
+    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+
+    trigger(main, "mnu_PrvChat");
+    auto *select = topLevel<QDialog>("UserSelct2");
+    QVERIFY(select);
+    auto *ok = select->findChild<QPushButton *>(QStringLiteral("cmd_OK"));
+    ok->click();
+    QCOMPARE(m_prompt.shown, QStringList{QStringLiteral("チャットを行うユーザーを選択して下さい。")});
+    select->findChild<QListWidget *>()->setCurrentRow(0);
+    ok->click();
+    QTRY_VERIFY(topLevel<QWidget>("NetChatP"));
+    auto *chat = topLevel<QWidget>("NetChatP");
+    QCOMPARE(chat->windowTitle(), QStringLiteral("Private NetWork Chat (From bob)"));
+    trigger(main, "mnu_PrvChat");
+    QCOMPARE(m_prompt.shown.last(), QStringLiteral("既にプライベートチャットを開始しています。"));
+    auto *line = chat->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
+    line->setText(QStringLiteral("やあ"));
+    QTest::keyClick(line, Qt::Key_Return);
+    QVERIFY(line->text().isEmpty());
+    QTRY_COMPARE(bob.privateHistory(),
+                 QStringList{QStringLiteral("山田") + QString(9, u' ') + QStringLiteral("やあ")});
+    bob.leavePrivate();
+    QTRY_VERIFY(!topLevel<QWidget>("NetChatP"));
+
+    // The global chat: a line over 284 bytes stays for editing.
+    trigger(main, "mnu_Chat");
+    auto *global = topLevel<QWidget>("NetChat");
+    QVERIFY(global);
+    auto *text = global->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
+    const QString tooLong = QString(143, QChar(0x4ED8));
+    text->setText(tooLong);
+    QTest::keyClick(text, Qt::Key_Return);
+    QCOMPARE(m_prompt.shown.last(), ChatSession::tooLongText());
+    QCOMPARE(text->text(), tooLong);
+    // A line heard while the window is closed opens it again.
+    global->close();
+    QTRY_VERIFY(!topLevel<QWidget>("NetChat"));
+    bob.sendGlobal(QStringLiteral("hello"));
+    QTRY_VERIFY(topLevel<QWidget>("NetChat"));
+}
+
+// The hotkeys' call: text becomes a tag in the default look, sent the usual way.
+void TestLanMain::textAsTag()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QVERIFY(main.net()->sendTextAsTag(QStringLiteral("メモ\nです"), {0x7F000002}));
+    QVERIFY(!main.net()->sendTextAsTag(QStringLiteral("x"), {0x7F000002})); // one at a time
+    QList<QByteArray> got;
+    QTRY_VERIFY((
+        [&] {
+            while (sato.hasPendingDatagrams()) {
+                const QByteArray bytes = sato.receiveDatagram().data();
+                if (!bytes.startsWith('\xFF'))
+                    got << bytes;
+            }
+            return got.size() >= 3;
+        }()));
+    QCOMPARE(got.size(), 3);
+    QCOMPARE(got[0], got[1]);
+    QCOMPARE(got[0], Net::dummy());
+    Net::TagDatagram wire;
+    QVERIFY(wire.setBytes(got[2]));
+    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("メモ\r\nです"));
+    QCOMPARE(wire.text(Net::TagWire::Text24), QStringLiteral("山田"));
+    QCOMPARE(wire.text(Net::TagWire::SenderIp), QStringLiteral("127.0.0.1"));
+    QCOMPARE(wire.text(Net::TagWire::Sealed), QStringLiteral("0"));
 }
 
 QTEST_MAIN(TestLanMain)
