@@ -6,6 +6,7 @@
 #include "chatsession.h"
 #include "cp932.h"
 #include "desktopdisplay.h"
+#include "editorhost.h"
 #include "fileset.h"
 #include "frmnetwork.h"
 #include "mainmenu.h"
@@ -14,6 +15,7 @@
 #include "prompt.h"
 #include "tagmain.h"
 #include "tagsender.h"
+#include "tagpopupmenu.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "tagwire.h"
@@ -25,6 +27,7 @@
 #include <QListWidget>
 #include <QLineEdit>
 #include <QNetworkDatagram>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -57,6 +60,8 @@ private Q_SLOTS:
     void receivedTagsOnTheDesktop();
     void chatWindows();
     void textAsTag();
+    void editorAndTagMenuSend();
+    void answersOnTheDesktop();
 
 private:
     void writeSettings(const QString &host, bool log);
@@ -387,6 +392,93 @@ void TestLanMain::textAsTag()
     QCOMPARE(wire.text(Net::TagWire::Text24), QStringLiteral("山田"));
     QCOMPARE(wire.text(Net::TagWire::SenderIp), QStringLiteral("127.0.0.1"));
     QCOMPARE(wire.text(Net::TagWire::Sealed), QStringLiteral("0"));
+}
+
+// cmd_AddNet and 他のｺﾝﾋﾟｭｰﾀに送る both end in UserSelect listing bob, who gets the tag.
+void TestLanMain::editorAndTagMenuSend()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket bob;
+    QVERIFY(bob.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    bob.writeDatagram(Net::startAnswer(QStringLiteral("bob"), {}), QHostAddress(Host.address),
+                      m_port);
+    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+
+    main.editors()->openNew();
+    TagEntry *editor = main.editors()->editor();
+    QVERIFY(editor);
+    auto *send = editor->findChild<QPushButton *>(QStringLiteral("cmd_AddNet"));
+    QVERIFY(send->isEnabled());
+    send->click();
+    QCOMPARE(m_prompt.shown, QStringList{QStringLiteral("メッセージを指定して下さい。")});
+    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
+        ->setPlainText(QStringLiteral("from the editor"));
+    send->click();
+    auto *select = topLevel<QDialog>("UserSelect");
+    QVERIFY(select);
+    auto *users = select->findChild<QListWidget *>(QStringLiteral("lst_User"));
+    QCOMPARE(users->count(), 1);
+    QCOMPARE(users->item(0)->text(), QStringLiteral("bob"));
+    users->item(0)->setSelected(true);
+    select->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
+    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
+    QByteArray tag;
+    QTRY_VERIFY(([&] {
+        while (bob.hasPendingDatagrams()) {
+            const QByteArray bytes = bob.receiveDatagram().data();
+            if (bytes.size() == Net::TagRecordSize)
+                tag = bytes;
+        }
+        return !tag.isEmpty();
+    }()));
+    Net::TagDatagram wire;
+    wire.setBytes(tag);
+    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("from the editor"));
+    editor->reject();
+
+    // A stored tag through its menu.
+    TagRecord stored;
+    stored.setMessage(QStringLiteral("stored one"));
+    const auto k = main.store().addTag(stored);
+    QVERIFY(k);
+    QAction *entry = main.tagMenu()->entryAction(TagPopupMenu::SendTo);
+    QVERIFY(entry->isEnabled());
+    main.tagMenu()->prepare(*k, false);
+    entry->trigger();
+    QVERIFY(topLevel<QDialog>("UserSelect"));
+    topLevel<QDialog>("UserSelect")->findChild<QPushButton *>(QStringLiteral("cmd_Cancel"))->click();
+    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
+}
+
+// Receipts gather in one RcvResult; each confirmation gets its ResultForm.
+void TestLanMain::answersOnTheDesktop()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    const QHostAddress to(Host.address);
+    sato.writeDatagram("\x02" + Cp932::encode(u"佐藤"), to, m_port);
+    sato.writeDatagram("\x02" + Cp932::encode(u"鈴木"), to, m_port);
+    QTRY_VERIFY(topLevel<QWidget>("RcvResult"));
+    auto *list = topLevel<QWidget>("RcvResult")->findChild<QListWidget *>();
+    QTRY_COMPARE(list->count(), 2);
+    QCOMPARE(list->item(1)->text(), QStringLiteral("鈴木 Received"));
+    sato.writeDatagram(Net::confirmation(Net::AbandonmentConfirmation, QStringLiteral("佐藤"),
+                                         QStringLiteral("例の件")),
+                       to, m_port);
+    QTRY_VERIFY(topLevel<QWidget>("ResultForm"));
+    auto *form = topLevel<QWidget>("ResultForm");
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Heading"))->text(),
+             QStringLiteral("以下に示す付箋が開封せずに廃棄されました。"));
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Sender"))->text(),
+             QStringLiteral("佐藤から廃棄確認が届きました。"));
+    QCOMPARE(form->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("例の件"));
 }
 
 QTEST_MAIN(TestLanMain)
