@@ -68,7 +68,7 @@ public:
     // is still running.
     bool sendTextAsTag(const QString &text, const QList<quint32> &recipients);
 
-    void openChat();        // mnu_Chat
+    void openChat();         // mnu_Chat
     void startPrivateChat(); // mnu_PrvChat
     // The sealed tags left in the store by the last run get their windows again.
     void raiseStoredSealed();

@@ -181,9 +181,9 @@ bool TagMain::start()
         m_editors->refreshLists();
     });
     connect(m_net.get(), &NetDesk::sealedDiscarded, m_editors.get(), &EditorHost::refreshLists);
-    m_editors->setNetSend([this](const TagRecord &record, QWidget *editor) {
-        m_net->openUserSelect(record, editor);
-    }, [this] { return m_net->isUsable(); });
+    m_editors->setNetSend(
+        [this](const TagRecord &record, QWidget *editor) { m_net->openUserSelect(record, editor); },
+        [this] { return m_net->isUsable(); });
     m_net->raiseStoredSealed();
     m_running = true;
     return true;
@@ -298,8 +298,8 @@ void TagMain::setUpMenus()
     on("mnu_SMTPSet", [this] { m_mail->openSmtpSetup(); });
     on("mnu_AddressEdit", [this] { m_mail->openAddressList(); });
     on("mnu_LogStart", [this] { toggleLog(); });
-    for (const char *name : {"mnu_Group", "mnu_Retry_Net", "mnu_ShowNetWork", "mnu_NetSet",
-                             "mnu_Chat", "mnu_PrvChat"})
+    for (const char *name :
+         {"mnu_Group", "mnu_Retry_Net", "mnu_ShowNetWork", "mnu_NetSet", "mnu_Chat", "mnu_PrvChat"})
         m_mainMenu->action(QString::fromLatin1(name))->setEnabled(true);
     m_tagMenu->entryAction(TagPopupMenu::SendTo)->setEnabled(true);
     on("mnu_Chat", [this] { m_net->openChat(); });

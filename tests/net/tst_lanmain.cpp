@@ -1,9 +1,9 @@
 // The LAN inside the running program: start-up, the tray entries and exit. The
 // stored settings always name 127.0.0.255, and the host is a made-up one on
 // 127.0.0.1, so nothing leaves loopback.
+#include "chatsession.h"
 #include "clock.h"
 #include "commlog.h"
-#include "chatsession.h"
 #include "cp932.h"
 #include "desktopdisplay.h"
 #include "editorhost.h"
@@ -14,8 +14,8 @@
 #include "netendpoint.h"
 #include "prompt.h"
 #include "tagmain.h"
-#include "tagsender.h"
 #include "tagpopupmenu.h"
+#include "tagsender.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "tagwire.h"
@@ -24,8 +24,8 @@
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
-#include <QListWidget>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QNetworkDatagram>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -328,7 +328,8 @@ void TestLanMain::chatWindows()
     QVERIFY(select);
     auto *ok = select->findChild<QPushButton *>(QStringLiteral("cmd_OK"));
     ok->click();
-    QCOMPARE(m_prompt.shown, QStringList{QStringLiteral("チャットを行うユーザーを選択して下さい。")});
+    QCOMPARE(m_prompt.shown,
+             QStringList{QStringLiteral("チャットを行うユーザーを選択して下さい。")});
     select->findChild<QListWidget *>()->setCurrentRow(0);
     ok->click();
     QTRY_VERIFY(topLevel<QWidget>("NetChatP"));
@@ -374,15 +375,14 @@ void TestLanMain::textAsTag()
     QVERIFY(main.net()->sendTextAsTag(QStringLiteral("メモ\nです"), {0x7F000002}));
     QVERIFY(!main.net()->sendTextAsTag(QStringLiteral("x"), {0x7F000002})); // one at a time
     QList<QByteArray> got;
-    QTRY_VERIFY((
-        [&] {
-            while (sato.hasPendingDatagrams()) {
-                const QByteArray bytes = sato.receiveDatagram().data();
-                if (!bytes.startsWith('\xFF'))
-                    got << bytes;
-            }
-            return got.size() >= 3;
-        }()));
+    QTRY_VERIFY(([&] {
+        while (sato.hasPendingDatagrams()) {
+            const QByteArray bytes = sato.receiveDatagram().data();
+            if (!bytes.startsWith('\xFF'))
+                got << bytes;
+        }
+        return got.size() >= 3;
+    }()));
     QCOMPARE(got.size(), 3);
     QCOMPARE(got[0], got[1]);
     QCOMPARE(got[0], Net::dummy());
@@ -449,7 +449,9 @@ void TestLanMain::editorAndTagMenuSend()
     main.tagMenu()->prepare(*k, false);
     entry->trigger();
     QVERIFY(topLevel<QDialog>("UserSelect"));
-    topLevel<QDialog>("UserSelect")->findChild<QPushButton *>(QStringLiteral("cmd_Cancel"))->click();
+    topLevel<QDialog>("UserSelect")
+        ->findChild<QPushButton *>(QStringLiteral("cmd_Cancel"))
+        ->click();
     QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
 }
 

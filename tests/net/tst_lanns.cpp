@@ -193,8 +193,8 @@ void TestLanNamespaces::tagFromHost1ShownOnHosts2And3()
         QVERIFY(apps[i].waitForStarted());
     }
     for (int i = 1; i < Hosts; ++i)
-        QTRY_VERIFY_WITH_TIMEOUT(logOf(dirs[i]).contains(QStringLiteral("Send-[Pinboard Start Req  ] ")),
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            logOf(dirs[i]).contains(QStringLiteral("Send-[Pinboard Start Req  ] ")), 10000);
     const QString text = QStringLiteral("会議室Ａ 15:00");
     QProcess cli;
     cli.start(QStringLiteral("ip"),
@@ -205,13 +205,14 @@ void TestLanNamespaces::tagFromHost1ShownOnHosts2And3()
     QVERIFY(cli.waitForFinished(15000));
     const QString out = QString::fromUtf8(cli.readAllStandardOutput());
     QVERIFY2(cli.exitCode() == 0, qPrintable(out + QString::fromUtf8(cli.readAllStandardError())));
-    QVERIFY2(out.contains(QStringLiteral("pb2 Received")) && out.contains(QStringLiteral("pb3 Received")),
+    QVERIFY2(out.contains(QStringLiteral("pb2 Received")) &&
+                 out.contains(QStringLiteral("pb3 Received")),
              qPrintable(out));
     for (int i = 1; i < Hosts; ++i) {
         const QString log = logOf(dirs[i]);
         QVERIFY(log.contains(recv(1, "[Tag Data Receive    ] :")));
-        QVERIFY(log.contains(QStringLiteral("10.77.0.1       Send-[Tab Received Answer ] :pb%1")
-                                 .arg(i + 1)));
+        QVERIFY(log.contains(
+            QStringLiteral("10.77.0.1       Send-[Tab Received Answer ] :pb%1").arg(i + 1)));
     }
     QVERIFY(logOf(dirs[0]).contains(QStringLiteral("10.77.0.3       Send-[Tag Data] ")));
     for (QProcess &app : apps) {
