@@ -41,9 +41,12 @@ NetDesk::NetDesk(const QString &logPath, TagStore &store, Prompt &prompt, const 
             openChat();
     });
     connect(&m_chat, &ChatSession::invited, this, [this](const QString &name) {
+        // One invitation on screen at a time: a later one takes its place.
+        delete m_chatRequest;
         auto *ask = new ChatReq(name);
         ask->setAttribute(Qt::WA_DeleteOnClose);
         connect(ask, &QDialog::accepted, this, &NetDesk::openChat);
+        m_chatRequest = ask;
         bringUp(ask);
     });
     connect(&m_chat, &ChatSession::privateOpened, this, &NetDesk::openPrivate);
@@ -59,7 +62,7 @@ NetDesk::~NetDesk()
     delete m_setup;
     delete m_info;
     for (QPointer<QWidget> *w :
-         {&m_userSelect, &m_receipts, &m_netChat, &m_netChatP, &m_partnerSelect})
+         {&m_userSelect, &m_receipts, &m_netChat, &m_netChatP, &m_partnerSelect, &m_chatRequest})
         delete *w;
     for (auto &[k, w] : m_sealed)
         delete w;

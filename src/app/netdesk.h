@@ -109,5 +109,6 @@ private:
     QPointer<QWidget> m_netChat;
     QPointer<QWidget> m_netChatP;
     QPointer<QWidget> m_partnerSelect;
+    QPointer<QWidget> m_chatRequest;
     std::map<int, QPointer<QWidget>> m_sealed;
 };

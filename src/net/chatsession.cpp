@@ -138,6 +138,8 @@ void ChatSession::chat(const Net::Message &m, quint32 from)
 {
     switch (m.code) {
     case Net::GlobalChat:
+        if (m_global.size() >= HistoryLines)
+            m_global.removeFirst();
         m_global.append(m.text);
         Q_EMIT globalLine(m.text);
         break;
@@ -157,6 +159,8 @@ void ChatSession::chat(const Net::Message &m, quint32 from)
         break;
     case Net::PrivateChatData:
         if (m_state == Talking && from == m_partner) {
+            if (m_private.size() >= HistoryLines)
+                m_private.removeFirst();
             m_private.append(m.text);
             Q_EMIT privateLine(m.text);
         }

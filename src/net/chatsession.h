@@ -56,6 +56,8 @@ class ChatSession : public QObject, public ChatReceiver
     Q_OBJECT
 public:
     static constexpr int AnswerMs = 10000;
+    // Lines a history keeps; the oldest go first, so a flood cannot grow memory.
+    static constexpr int HistoryLines = 5000;
 
     ChatSession(NetEndpoint &endpoint, Prompt &prompt, QObject *parent = nullptr);
     ~ChatSession() override;

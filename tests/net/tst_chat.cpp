@@ -53,6 +53,7 @@ private Q_SLOTS:
     void lengthLimit();
     void invitationNotToItsSender();
     void clearAsks();
+    void historyKeepsTheNewest();
 
 private:
     Peer &start(int host, const QString &name);
@@ -259,6 +260,20 @@ void TestChat::clearAsks()
     QCOMPARE(a.prompt.shown,
              QStringList(2, QStringLiteral("これまでのメッセージをすべて消去します。")));
     QCOMPARE(a.prompt.titles, QStringList(2, QStringLiteral("消去確認")));
+}
+
+void TestChat::historyKeepsTheNewest()
+{
+    Peer &a = start(1, QStringLiteral("山田"));
+    QUdpSocket flood;
+    QVERIFY(flood.bind(QHostAddress(Lo(4)), 0));
+    const int n = ChatSession::HistoryLines + 3;
+    for (int i = 0; i < n; ++i)
+        flood.writeDatagram(Net::chatLine(Net::GlobalChat, QStringLiteral("x"), QString::number(i)),
+                            QHostAddress(Lo(1)), m_port);
+    QTRY_VERIFY(a.chat.globalHistory().size() == ChatSession::HistoryLines &&
+                a.chat.globalHistory().last().endsWith(QString::number(n - 1)));
+    QVERIFY(a.chat.globalHistory().first().endsWith(u" 3"));
 }
 
 QTEST_GUILESS_MAIN(TestChat)

@@ -361,6 +361,21 @@ void TestLanMain::chatWindows()
     QTRY_VERIFY(!topLevel<QWidget>("NetChat"));
     bob.sendGlobal(QStringLiteral("hello"));
     QTRY_VERIFY(topLevel<QWidget>("NetChat"));
+
+    // Invitations: one ChatReq on screen, naming the latest inviter.
+    QUdpSocket carol;
+    QVERIFY(carol.bind(QHostAddress(0x7F000003), m_port));
+    for (const QString &name : {QStringLiteral("carol"), QStringLiteral("dave")})
+        carol.writeDatagram(Net::nameOnly(Net::GlobalChatRequest, name), QHostAddress(Host.address),
+                            m_port);
+    QTRY_VERIFY(topLevel<QDialog>("ChatReq") &&
+                topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text().endsWith(u"dave"));
+    int asking = 0;
+    for (QWidget *w : QApplication::topLevelWidgets())
+        asking += w->objectName() == QLatin1String("ChatReq") && w->isVisible();
+    QCOMPARE(asking, 1);
+    QCOMPARE(topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text(),
+             QStringLiteral("Chat Request From dave"));
 }
 
 // The hotkeys' call: text becomes a tag in the default look, sent the usual way.

@@ -21,6 +21,7 @@ NetChat::NetChat(ChatSession &chat, QWidget *parent) : QWidget(parent, Qt::Windo
     m_history = new QPlainTextEdit;
     m_history->setObjectName(QStringLiteral("txt_History"));
     m_history->setReadOnly(true);
+    m_history->setMaximumBlockCount(ChatSession::HistoryLines);
     for (const QString &line : chat.globalHistory())
         m_history->appendPlainText(line);
     m_message = new QLineEdit;

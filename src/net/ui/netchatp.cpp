@@ -21,6 +21,7 @@ NetChatP::NetChatP(ChatSession &chat, const QString &caption, QWidget *parent)
     m_history = new QPlainTextEdit;
     m_history->setObjectName(QStringLiteral("txt_History"));
     m_history->setReadOnly(true);
+    m_history->setMaximumBlockCount(ChatSession::HistoryLines);
     for (const QString &line : chat.privateHistory())
         m_history->appendPlainText(line);
     m_message = new QLineEdit;
