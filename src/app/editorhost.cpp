@@ -61,6 +61,11 @@ TagEntry *EditorHost::newEditor()
     connect(editor, &TagEntry::mailRecipientsRequested, this,
             [this, editor](int k) { m_mail.editRecipients(editor, k, editor); });
     connect(editor, &QObject::destroyed, this, [this, editor] { m_mail.editorClosed(editor); });
+    if (m_netSend) {
+        editor->setNetSend(m_netReady);
+        connect(editor, &TagEntry::netSendRequested, this,
+                [this, editor](const TagRecord &record) { m_netSend(record, editor); });
+    }
     m_editor = editor;
     return editor;
 }

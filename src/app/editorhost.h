@@ -39,6 +39,13 @@ public:
     void refreshLists();
     // The tray icon again, for アイコン再表示.
     void setTrayRestorer(std::function<void()> restore) { m_restoreTray = std::move(restore); }
+    // cmd_AddNet hands a checked tag to send; ready says whether the LAN is usable.
+    using NetSend = std::function<void(const TagRecord &record, QWidget *editor)>;
+    void setNetSend(NetSend send, std::function<bool()> ready)
+    {
+        m_netSend = std::move(send);
+        m_netReady = std::move(ready);
+    }
 
     bool isEditorOpen() const override;
     void openEditor(int k) override;
@@ -68,4 +75,6 @@ private:
     QPointer<TagList> m_tagList;
     QPointer<TrashList> m_trashList;
     std::function<void()> m_restoreTray;
+    NetSend m_netSend;
+    std::function<bool()> m_netReady;
 };

@@ -1,18 +1,24 @@
 #pragma once
 
+#include "chatsession.h"
 #include "commlog.h"
 #include "localaddress.h"
 #include "netendpoint.h"
+#include "nettags.h"
+#include "tagsender.h"
 
 #include <QObject>
 #include <QPointer>
 #include <functional>
+#include <map>
+#include <memory>
 
 class Clock;
 class EnvRecord;
 class Prompt;
 class QWidget;
 class Settings;
+class TagRecord;
 class TagStore;
 
 // Everything LAN in the running program: the endpoint with its log, and the
@@ -46,7 +52,40 @@ public:
     void openNetSetup();  // mnu_NetSet
     void logoutAndStop(); // exit
 
+    // Tags, receipts, sealed tags and chat; the settings are read for the
+    // receipts switch and the defaults of a tag made from text.
+    void attach();
+    NetTags *tags() const { return m_tags.get(); }
+    ChatSession &chat() { return m_chat; }
+
+    // cmd_AddNet: the editor's checks have passed; UserSelect sends record.
+    void openUserSelect(const TagRecord &record, QWidget *parent = nullptr);
+    // 他のｺﾝﾋﾟｭｰﾀに送る: stored tag k, after the editor's send checks.
+    void sendTag(int k, QWidget *parent = nullptr);
+    // Sends text as a new tag (the current default look, shown at once) to the
+    // participants at recipients, with the same dummies and pauses as UserSelect
+    // and no dialog. False when the network is not usable or another such send
+    // is still running.
+    bool sendTextAsTag(const QString &text, const QList<quint32> &recipients);
+
+    void openChat();         // mnu_Chat
+    void startPrivateChat(); // mnu_PrvChat
+    // The sealed tags left in the store by the last run get their windows again.
+    void raiseStoredSealed();
+
+Q_SIGNALS:
+    // A tag came in and was stored (k), or a sealed one was opened: the desktop
+    // evaluates and shows it.
+    void tagArrived(int k);
+    void sealedOpened(int k);
+    void sealedDiscarded(int k);
+
 private:
+    void raiseSealed(int k);
+    void showReceipt(const QString &line);
+    void showResult(const ResultLines &lines);
+    void openPrivate(const QString &caption);
+
     void settingsStored();
     NetConfig config(const EnvRecord &env) const;
 
@@ -62,4 +101,14 @@ private:
     QPointer<QWidget> m_groupList;
     QPointer<QWidget> m_setup;
     QPointer<QWidget> m_info;
+    std::unique_ptr<NetTags> m_tags;
+    ChatSession m_chat;
+    TagSender m_textSender;
+    QPointer<QWidget> m_userSelect;
+    QPointer<QWidget> m_receipts;
+    QPointer<QWidget> m_netChat;
+    QPointer<QWidget> m_netChatP;
+    QPointer<QWidget> m_partnerSelect;
+    QPointer<QWidget> m_chatRequest;
+    std::map<int, QPointer<QWidget>> m_sealed;
 };

@@ -170,6 +170,24 @@ bool TagMain::start()
             m_tray->show();
     });
     m_tagScheduler->loadAll();
+    // Tags from other computers: shown through the scheduler like any other tag.
+    m_net->attach();
+    connect(m_net.get(), &NetDesk::tagArrived, this, [this](int k) {
+        m_tagScheduler->tagChanged(k);
+        // One not due yet still rings when it arrives; a due one rang as it was shown.
+        if (!m_display->isShown(k))
+            m_display->PlayArrivalSound();
+        m_editors->refreshLists();
+    });
+    connect(m_net.get(), &NetDesk::sealedOpened, this, [this](int k) {
+        m_tagScheduler->tagChanged(k);
+        m_editors->refreshLists();
+    });
+    connect(m_net.get(), &NetDesk::sealedDiscarded, m_editors.get(), &EditorHost::refreshLists);
+    m_editors->setNetSend(
+        [this](const TagRecord &record, QWidget *editor) { m_net->openUserSelect(record, editor); },
+        [this] { return m_net->isUsable(); });
+    m_net->raiseStoredSealed();
     m_running = true;
     return true;
 }
@@ -282,8 +300,12 @@ void TagMain::setUpMenus()
     on("mnu_SMTPSet", [this] { m_mail->openSmtpSetup(); });
     on("mnu_AddressEdit", [this] { m_mail->openAddressList(); });
     on("mnu_LogStart", [this] { toggleLog(); });
-    for (const char *name : {"mnu_Group", "mnu_Retry_Net", "mnu_ShowNetWork", "mnu_NetSet"})
+    for (const char *name :
+         {"mnu_Group", "mnu_Retry_Net", "mnu_ShowNetWork", "mnu_NetSet", "mnu_Chat", "mnu_PrvChat"})
         m_mainMenu->action(QString::fromLatin1(name))->setEnabled(true);
+    m_tagMenu->entryAction(TagPopupMenu::SendTo)->setEnabled(true);
+    on("mnu_Chat", [this] { m_net->openChat(); });
+    on("mnu_PrvChat", [this] { m_net->startPrivateChat(); });
     on("mnu_Group", [this] { m_net->openGroupList(); });
     on("mnu_Retry_Net", [this] { m_net->retry(); });
     on("mnu_ShowNetWork", [this] { m_net->showNetwork(); });
@@ -380,6 +402,9 @@ void TagMain::onTagMenu(int k, int entry)
         break;
     case TagPopupMenu::Update:
         m_editors->openEditor(k);
+        break;
+    case TagPopupMenu::SendTo:
+        m_net->sendTag(k, w);
         break;
     case TagPopupMenu::Close:
         m_tagScheduler->hideTag(k);

@@ -1,10 +1,18 @@
 #include "netcommand.h"
 
+#include "consoleprompt.h"
+
+#include "clock.h"
+#include "commlog.h"
 #include "cp932.h"
 #include "datagram.h"
 #include "fileset.h"
+#include "netendpoint.h"
 #include "netlog.h"
+#include "prompt.h"
+#include "tagsender.h"
 #include "tagstore.h"
+#include "tagwire.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,7 +25,8 @@ namespace Cli {
 namespace {
 constexpr const char *Usage =
     "usage: pinboard-cli net-send [DIR] --to ADDR --type N|tag [--text T] [--port P] [--bind ADDR]"
-    " | net-listen [DIR] [--seconds S] [--port P] [--bind ADDR]";
+    " | net-listen [DIR] [--seconds S] [--port P] [--bind ADDR]"
+    " | net-tag DIR --to ADDR[,ADDR...] --text T [--seconds S] [--bind ADDR]";
 
 QString faultText(Net::Fault f)
 {
@@ -85,12 +94,17 @@ NetCommand::NetCommand(QIODevice &out, QIODevice &err, QObject *parent)
 {
 }
 
-NetCommand::~NetCommand() = default;
+NetCommand::~NetCommand()
+{
+    m_sender.reset();
+    m_endpoint.reset();
+}
 
 bool NetCommand::handles(const QStringList &args)
 {
     return !args.isEmpty() && (args.first() == QLatin1String("net-send") ||
-                               args.first() == QLatin1String("net-listen"));
+                               args.first() == QLatin1String("net-listen") ||
+                               args.first() == QLatin1String("net-tag"));
 }
 
 void NetCommand::print(const QString &line)
@@ -117,6 +131,13 @@ std::optional<int> NetCommand::start(const QStringList &args, const QString &def
     const auto type = take(rest, "--type");
     const auto text = take(rest, "--text");
     const auto seconds = take(rest, "--seconds");
+    if (args.first() == QLatin1String("net-tag")) {
+        if (rest.size() != 1 || !to || !text || type || port)
+            return failWith(QString::fromLatin1(Usage));
+        if (bind && !m_bind.setAddress(*bind))
+            return failWith(QStringLiteral("--bind: not an address"));
+        return sendTag(rest.first(), *to, *text, seconds ? seconds->toDouble() : 5.0);
+    }
     if (rest.size() > 1 || (rest.size() == 1 && rest.first().startsWith(QLatin1String("--"))))
         return failWith(QString::fromLatin1(Usage));
     if (listen ? (to || type || text) : (seconds || !to || !type))
@@ -224,6 +245,52 @@ int NetCommand::send(const QString &to, const QString &type, const QString &text
         return failWith(QStringLiteral("not sent: %1").arg(m_socket->errorString()));
     m_out.write(QStringLiteral("sent %1 bytes to %2:%3\n").arg(sent).arg(to).arg(m_port).toUtf8());
     return 0;
+}
+
+std::optional<int> NetCommand::sendTag(const QString &dir, const QString &to, const QString &text,
+                                       double seconds)
+{
+    const FileSet files = FileSet::forDirectory(QDir::toNativeSeparators(dir));
+    QString why;
+    const auto env = TagStore(files.dt1).readEnv(&why);
+    if (!env)
+        return failWith(files.dt1 + QStringLiteral(": ") + why);
+    QList<quint32> recipients;
+    for (const QString &part : to.split(u',')) {
+        const quint32 address = NetLog::TextToAddr(part.trimmed());
+        if (address == 0)
+            return failWith(QStringLiteral("--to: expected dotted IPv4 addresses"));
+        recipients << address;
+    }
+    m_clock = std::make_unique<SystemClock>();
+    m_prompt = std::make_unique<ConsolePrompt>();
+    m_log = std::make_unique<CommLog>(files.log, *m_clock);
+    m_log->setEnabled(env->byte(Env::LogEnabled) != 0);
+    m_endpoint = std::make_unique<NetEndpoint>(*m_log, *m_clock, *m_prompt);
+    NetConfig config = netConfigFrom(*env, NetLog::TextToAddr(env->text(Env::NetLocalIp)));
+    config.bindAddress = m_bind;
+    if (!m_endpoint->StartNetwork(config))
+        return failWith(m_prompt->texts().value(0));
+    m_waiting = int(recipients.size());
+    connect(m_endpoint.get(), &NetEndpoint::datagramReceived, this,
+            [this](quint32, const QByteArray &bytes) {
+                const Net::Decoded d = Net::decode(bytes);
+                if (!d.message || d.message->code != Net::TagReceived)
+                    return;
+                print(d.message->text + QStringLiteral(" Received"));
+                if (--m_waiting == 0)
+                    Q_EMIT finished(0);
+            });
+    TagRecord tag;
+    tag.setMessage(text);
+    Net::TagDatagram wire = TagWireMap::toDatagram(tag);
+    sealForSending(wire, false, {}, NetLog::AddrToText(config.localIp), config.userName);
+    m_sender = std::make_unique<TagSender>(*m_endpoint);
+    connect(m_sender.get(), &TagSender::finished, this,
+            [this](int served) { print(QStringLiteral("sent to %1").arg(served)); });
+    m_sender->start(wire, recipients);
+    QTimer::singleShot(int(seconds * 1000), this, [this] { Q_EMIT finished(1); });
+    return std::nullopt;
 }
 
 void NetCommand::readPending()

@@ -7,7 +7,12 @@
 #include <memory>
 #include <optional>
 
+class CommLog;
+class NetEndpoint;
 class QUdpSocket;
+class ConsolePrompt;
+class SystemClock;
+class TagSender;
 
 namespace Cli {
 
@@ -18,6 +23,9 @@ QString describeDatagram(quint32 from, const QByteArray &bytes);
 // pinboard-cli net-send [DIR] --to ADDR --type N [--text T] and
 // net-listen [DIR] [--seconds S]: probe a LAN from a shell. Both take --port P
 // (else the port stored in DIR) and --bind ADDR (else 0.0.0.0).
+// net-tag DIR --to ADDR[,ADDR...] --text T [--seconds S]: sends T as a tag the way
+// the program does (dummies, pauses, record) with DIR's settings and log, prints
+// each "<name> Received" answer; exit 0 once all answered, 1 when S (5) passed.
 class NetCommand : public QObject
 {
     Q_OBJECT
@@ -36,6 +44,8 @@ private:
     int failWith(const QString &text);
     void print(const QString &line);
     int send(const QString &to, const QString &type, const QString &text);
+    std::optional<int> sendTag(const QString &dir, const QString &to, const QString &text,
+                               double seconds);
     void readPending();
 
     QIODevice &m_out;
@@ -44,6 +54,12 @@ private:
     QString m_userName;
     QHostAddress m_bind{QHostAddress::AnyIPv4};
     std::unique_ptr<QUdpSocket> m_socket;
+    std::unique_ptr<SystemClock> m_clock;
+    std::unique_ptr<ConsolePrompt> m_prompt;
+    std::unique_ptr<CommLog> m_log;
+    std::unique_ptr<NetEndpoint> m_endpoint;
+    std::unique_ptr<TagSender> m_sender;
+    int m_waiting = 0;
 };
 
 } // namespace Cli

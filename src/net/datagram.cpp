@@ -209,6 +209,11 @@ QByteArray dummy()
            "Dummy Send";
 }
 
+QByteArray tagReceived(const QString &userName)
+{
+    return char(TagReceived) + nameBytes(userName);
+}
+
 QByteArray chatLine(Code code, const QString &userName, const QString &text)
 {
     QString message = text;

@@ -85,6 +85,8 @@ QByteArray startAnswer(const QString &userName, const QString &version);
 QByteArray logout();
 QByteArray nameOnly(Code code, const QString &userName); // 3, 4, 5, 7, 8
 QByteArray dummy();
+// 2: the receiver of a tag answers with its name.
+QByteArray tagReceived(const QString &userName);
 // 0xFD and 6: the name, padding to the 13-byte column (at least one space), the
 // text without a trailing CR LF. Empty when the text is longer than ChatTextBytes.
 QByteArray chatLine(Code code, const QString &userName, const QString &text);

@@ -100,9 +100,12 @@ void NetEndpoint::logoutAndStop()
     stop();
 }
 
-void NetEndpoint::SendDatagram(quint32 to, const QByteArray &payload, const QString &label)
+void NetEndpoint::SendDatagram(quint32 to, const QByteArray &payload, const QString &label,
+                               const std::optional<QString> &logText)
 {
-    enqueue({payload, to, 1, NetLog::AddrToText(to), label});
+    Job job{payload, to, 1, NetLog::AddrToText(to), label};
+    job.logText = logText;
+    enqueue(std::move(job));
 }
 
 NetEndpoint::Job NetEndpoint::jobFor(const BroadcastTarget &t, const QByteArray &payload,
@@ -184,9 +187,10 @@ void NetEndpoint::writeSendLog(const Job &job)
     if (job.label.isEmpty() || !m_log.isEnabled())
         return;
     const auto code = Net::codeOf(static_cast<unsigned char>(job.payload.at(0)));
-    const QStringList lines =
-        NetLog::sendPair(m_clock.now(), job.column, job.label, Net::sendLogHasColon(code),
-                         Cp932::decode(QByteArrayView(job.payload).sliced(1)), job.status);
+    const QStringList lines = NetLog::sendPair(
+        m_clock.now(), job.column, job.label, Net::sendLogHasColon(code),
+        job.logText ? *job.logText : Cp932::decode(QByteArrayView(job.payload).sliced(1)),
+        job.status);
     for (const QString &line : lines)
         m_log.writeLine(line);
 }

@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QUdpSocket>
 #include <deque>
+#include <optional>
 
 class Clock;
 class CommLog;
@@ -68,8 +69,10 @@ public:
     void setSettingsSaved() { m_settingsSaved = true; }
     bool settingsSaved() const { return m_settingsSaved; }
 
-    // Queue one datagram to one address. label empty: not logged.
-    void SendDatagram(quint32 to, const QByteArray &payload, const QString &label = {});
+    // Queue one datagram to one address. label empty: not logged. logText, when
+    // given, is what the log shows instead of the payload (a tag's message field).
+    void SendDatagram(quint32 to, const QByteArray &payload, const QString &label = {},
+                      const std::optional<QString> &logText = std::nullopt);
     // Queue one payload to every target, sweeping sequential ones.
     void BroadcastDatagram(const QByteArray &payload, const QString &label);
     int queuedDatagrams() const;
@@ -98,6 +101,7 @@ private:
         QString column; // address column of the log
         QString label;  // empty: not logged
         int done = 0;
+        std::optional<QString> logText = std::nullopt;
         qint64 status = 0;
     };
 

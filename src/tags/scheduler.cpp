@@ -18,6 +18,11 @@ Alarm alarmFor(const TagRecord &tag, const EnvRecord &env)
     return path.isEmpty() ? Alarm{Alarm::Beep, {}} : Alarm{Alarm::Sound, path};
 }
 
+bool isHeldSealed(const TagRecord &tag)
+{
+    return tag.text(Tag::ReceivedMark) == u"1" && tag.byte(Tag::SealedFlag) == 1;
+}
+
 Scheduler::Scheduler(const TagStore &store, Clock &clock, Prompt &prompt, TagDisplay &display,
                      SchedulerTimer &timer, QObject *parent)
     : QObject(parent), m_store(store), m_clock(clock), m_prompt(prompt), m_display(display), m_timer(timer)
@@ -69,7 +74,7 @@ void Scheduler::loadAll()
             unreadable << m_store.storedTagNumber(k);
             continue;
         }
-        if (tag->stateMark() != QLatin1String(TagRecord::Live))
+        if (tag->stateMark() != QLatin1String(TagRecord::Live) || isHeldSealed(*tag))
             continue;
         e.schedule = TagSchedule::fromRecord(*tag);
         if (e.schedule.kind == TagSchedule::OnDate && e.schedule.mail && tag->byte(Tag::MailSent) == 1)
@@ -183,7 +188,7 @@ void Scheduler::tagChanged(int k)
 {
     const auto tag = m_store.readTag(k);
     Entry &e = entry(k);
-    if (!tag || tag->stateMark() != QLatin1String(TagRecord::Live)) {
+    if (!tag || tag->stateMark() != QLatin1String(TagRecord::Live) || isHeldSealed(*tag)) {
         dropTag(k);
         return;
     }

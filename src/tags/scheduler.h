@@ -40,6 +40,9 @@ struct Alarm
 // A tag from another computer rings the arrival sound when that is switched on
 // (a beep when none is chosen); an own tag its sound file, or a beep without one.
 Alarm alarmFor(const TagRecord &tag, const EnvRecord &env);
+// A sealed tag from another computer, not yet opened: it waits in its own window
+// and is neither scheduled nor listed until the user opens it.
+bool isHeldSealed(const TagRecord &tag);
 
 // Per-tag display states and the one timer: shows tags as they come due, takes
 // them down as they expire, and wakes at the nearest change, an hour at most.

@@ -4,6 +4,7 @@
 #include "twips.h"
 
 #include "schedule.h"
+#include "scheduler.h"
 #include "tagstore.h"
 
 namespace {
@@ -49,7 +50,7 @@ QString TagListModel::rowText(const TagRecord &tag)
 
 bool TagListModel::belongsTo(const TagRecord &tag, View view)
 {
-    if (tag.isFree())
+    if (tag.isFree() || isHeldSealed(tag))
         return false;
     const bool trashed = tag.state() == TagState::InTrash;
     return trashed == (view == View::Trash);

@@ -1,9 +1,12 @@
 // The LAN inside the running program: start-up, the tray entries and exit. The
 // stored settings always name 127.0.0.255, and the host is a made-up one on
 // 127.0.0.1, so nothing leaves loopback.
+#include "chatsession.h"
 #include "clock.h"
 #include "commlog.h"
 #include "cp932.h"
+#include "desktopdisplay.h"
+#include "editorhost.h"
 #include "fileset.h"
 #include "frmnetwork.h"
 #include "mainmenu.h"
@@ -13,12 +16,20 @@
 #include "prompt.h"
 #include "scriptedprompt.h"
 #include "tagmain.h"
+#include "tagpopupmenu.h"
+#include "tagsender.h"
 #include "tagstore.h"
+#include "tagwindow.h"
+#include "tagwire.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QNetworkDatagram>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -48,6 +59,11 @@ private Q_SLOTS:
     void findsPeersListsThemAndLogsOutAtExit();
     void savingSettingsRestartsWithoutLogout();
     void adapterPages();
+    void receivedTagsOnTheDesktop();
+    void chatWindows();
+    void textAsTag();
+    void editorAndTagMenuSend();
+    void answersOnTheDesktop();
 
 private:
     void writeSettings(const QString &host, bool log);
@@ -238,6 +254,250 @@ void TestLanMain::adapterPages()
     const QString lo = adapterText(QNetworkInterface::interfaceFromName(QStringLiteral("lo")));
     QVERIFY(lo.contains(QStringLiteral("IPアドレス: 127.0.0.1")));
     QVERIFY(lo.contains(QStringLiteral("サブネットマスク: 255.0.0.0")));
+}
+
+// 佐藤 on 127.0.0.2 is a bare socket: it sends tag records and reads the answers.
+void TestLanMain::receivedTagsOnTheDesktop()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    auto send = [&](bool sealed, const QString &text) {
+        TagRecord tag;
+        tag.setMessage(text);
+        Net::TagDatagram wire = TagWireMap::toDatagram(tag);
+        sealForSending(wire, sealed, {}, QStringLiteral("127.0.0.2"), QStringLiteral("佐藤"));
+        sato.writeDatagram(wire.bytes(), QHostAddress(Host.address), m_port);
+    };
+    QList<QByteArray> got; // what 佐藤 heard, start requests left out
+    auto answers = [&] {
+        while (sato.hasPendingDatagrams()) {
+            const QByteArray bytes = sato.receiveDatagram().data();
+            if (!bytes.startsWith('\xFF'))
+                got << bytes;
+        }
+        return got;
+    };
+    {
+        TagMain main(m_dir.path(), m_prompt, m_clock);
+        main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+        QVERIFY(main.start());
+        send(false, QStringLiteral("plain"));
+        QTRY_VERIFY(main.display()->window(1));
+        TagWindow *w = main.display()->window(1);
+        QVERIFY(w->isVisible());
+        QCOMPARE(w->toolTip(), QStringLiteral("このタブは、佐藤 から送られました。"));
+        QCOMPARE(w->noteLabel()->text(), QStringLiteral("佐藤から届きました。"));
+        QVERIFY(w->windowFlags() & Qt::WindowStaysOnTopHint); // mnu_NetTop is on by default
+        QTRY_COMPARE(answers(), QList<QByteArray>{"\x02" + Cp932::encode(u"山田")});
+        send(true, QStringLiteral("sealed"));
+        QTRY_VERIFY(topLevel<QWidget>("SealedForm"));
+        QVERIFY(!main.display()->window(2));
+    }
+    // The next start: still sealed, asked again; opened, it goes up and 佐藤 hears.
+    QTRY_COMPARE(answers().size(), 2);
+    got.clear();
+    TagMain again(m_dir.path(), m_prompt, m_clock);
+    again.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(again.start());
+    auto *form = topLevel<QWidget>("SealedForm");
+    QVERIFY(form);
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_IPAddress"))->text(),
+             QStringLiteral("127.0.0.2"));
+    QVERIFY(again.display()->window(1));
+    QVERIFY(!again.display()->window(2));
+    form->findChild<QPushButton *>(QStringLiteral("cmd_Open"))->click();
+    QVERIFY(again.display()->window(2));
+    QTRY_COMPARE(answers(), QList<QByteArray>{"\x0A" + Cp932::toField(u"山田", 32) + "sealed"});
+    QVERIFY(m_prompt.shown.isEmpty());
+}
+
+void TestLanMain::chatWindows()
+{
+    writeSettings(Host.hostName, false);
+    CommLog peerLog({}, m_clock);
+    ScriptedPrompt peerPrompt;
+    NetEndpoint peer(peerLog, m_clock, peerPrompt);
+    ChatSession bob(peer, peerPrompt);
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QVERIFY(peer.StartNetwork(bobOn127002()));
+    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+
+    trigger(main, "mnu_PrvChat");
+    auto *select = topLevel<QDialog>("UserSelct2");
+    QVERIFY(select);
+    auto *ok = select->findChild<QPushButton *>(QStringLiteral("cmd_OK"));
+    ok->click();
+    QCOMPARE(m_prompt.shown,
+             QStringList{QStringLiteral("チャットを行うユーザーを選択して下さい。")});
+    select->findChild<QListWidget *>()->setCurrentRow(0);
+    ok->click();
+    QTRY_VERIFY(topLevel<QWidget>("NetChatP"));
+    auto *chat = topLevel<QWidget>("NetChatP");
+    QCOMPARE(chat->windowTitle(), QStringLiteral("Private NetWork Chat (From bob)"));
+    trigger(main, "mnu_PrvChat");
+    QCOMPARE(m_prompt.shown.last(), QStringLiteral("既にプライベートチャットを開始しています。"));
+    auto *line = chat->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
+    line->setText(QStringLiteral("やあ"));
+    QTest::keyClick(line, Qt::Key_Return);
+    QVERIFY(line->text().isEmpty());
+    QTRY_COMPARE(bob.privateHistory(),
+                 QStringList{QStringLiteral("山田") + QString(9, u' ') + QStringLiteral("やあ")});
+    bob.leavePrivate();
+    QTRY_VERIFY(!topLevel<QWidget>("NetChatP"));
+
+    // The global chat: a line over 284 bytes stays for editing.
+    trigger(main, "mnu_Chat");
+    auto *global = topLevel<QWidget>("NetChat");
+    QVERIFY(global);
+    auto *text = global->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
+    const QString tooLong = QString(143, QChar(0x4ED8));
+    text->setText(tooLong);
+    QTest::keyClick(text, Qt::Key_Return);
+    QCOMPARE(m_prompt.shown.last(), ChatSession::tooLongText());
+    QCOMPARE(text->text(), tooLong);
+    // A line heard while the window is closed opens it again.
+    global->close();
+    QTRY_VERIFY(!topLevel<QWidget>("NetChat"));
+    bob.sendGlobal(QStringLiteral("hello"));
+    QTRY_VERIFY(topLevel<QWidget>("NetChat"));
+
+    // Invitations: one ChatReq on screen, naming the latest inviter.
+    QUdpSocket carol;
+    QVERIFY(carol.bind(QHostAddress(0x7F000003), m_port));
+    for (const QString &name : {QStringLiteral("carol"), QStringLiteral("dave")})
+        carol.writeDatagram(Net::nameOnly(Net::GlobalChatRequest, name), QHostAddress(Host.address),
+                            m_port);
+    QTRY_VERIFY(topLevel<QDialog>("ChatReq") &&
+                topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text().endsWith(u"dave"));
+    int asking = 0;
+    for (QWidget *w : QApplication::topLevelWidgets())
+        asking += w->objectName() == QLatin1String("ChatReq") && w->isVisible();
+    QCOMPARE(asking, 1);
+    QCOMPARE(topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text(),
+             QStringLiteral("Chat Request From dave"));
+}
+
+// The hotkeys' call: text becomes a tag in the default look, sent the usual way.
+void TestLanMain::textAsTag()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    QVERIFY(main.net()->sendTextAsTag(QStringLiteral("メモ\nです"), {0x7F000002}));
+    QVERIFY(!main.net()->sendTextAsTag(QStringLiteral("x"), {0x7F000002})); // one at a time
+    QList<QByteArray> got;
+    QTRY_VERIFY(([&] {
+        while (sato.hasPendingDatagrams()) {
+            const QByteArray bytes = sato.receiveDatagram().data();
+            if (!bytes.startsWith('\xFF'))
+                got << bytes;
+        }
+        return got.size() >= 3;
+    }()));
+    QCOMPARE(got.size(), 3);
+    QCOMPARE(got[0], got[1]);
+    QCOMPARE(got[0], Net::dummy());
+    Net::TagDatagram wire;
+    QVERIFY(wire.setBytes(got[2]));
+    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("メモ\r\nです"));
+    QCOMPARE(wire.text(Net::TagWire::Text24), QStringLiteral("山田"));
+    QCOMPARE(wire.text(Net::TagWire::SenderIp), QStringLiteral("127.0.0.1"));
+    QCOMPARE(wire.text(Net::TagWire::Sealed), QStringLiteral("0"));
+}
+
+// cmd_AddNet and 他のｺﾝﾋﾟｭｰﾀに送る both end in UserSelect listing bob, who gets the tag.
+void TestLanMain::editorAndTagMenuSend()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket bob;
+    QVERIFY(bob.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    bob.writeDatagram(Net::startAnswer(QStringLiteral("bob"), {}), QHostAddress(Host.address),
+                      m_port);
+    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+
+    main.editors()->openNew();
+    TagEntry *editor = main.editors()->editor();
+    QVERIFY(editor);
+    auto *send = editor->findChild<QPushButton *>(QStringLiteral("cmd_AddNet"));
+    QVERIFY(send->isEnabled());
+    send->click();
+    QCOMPARE(m_prompt.shown, QStringList{QStringLiteral("メッセージを指定して下さい。")});
+    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
+        ->setPlainText(QStringLiteral("from the editor"));
+    send->click();
+    auto *select = topLevel<QDialog>("UserSelect");
+    QVERIFY(select);
+    auto *users = select->findChild<QListWidget *>(QStringLiteral("lst_User"));
+    QCOMPARE(users->count(), 1);
+    QCOMPARE(users->item(0)->text(), QStringLiteral("bob"));
+    users->item(0)->setSelected(true);
+    select->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
+    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
+    QByteArray tag;
+    QTRY_VERIFY(([&] {
+        while (bob.hasPendingDatagrams()) {
+            const QByteArray bytes = bob.receiveDatagram().data();
+            if (bytes.size() == Net::TagRecordSize)
+                tag = bytes;
+        }
+        return !tag.isEmpty();
+    }()));
+    Net::TagDatagram wire;
+    wire.setBytes(tag);
+    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("from the editor"));
+    editor->reject();
+
+    // A stored tag through its menu.
+    TagRecord stored;
+    stored.setMessage(QStringLiteral("stored one"));
+    const auto k = main.store().addTag(stored);
+    QVERIFY(k);
+    QAction *entry = main.tagMenu()->entryAction(TagPopupMenu::SendTo);
+    QVERIFY(entry->isEnabled());
+    main.tagMenu()->prepare(*k, false);
+    entry->trigger();
+    QVERIFY(topLevel<QDialog>("UserSelect"));
+    topLevel<QDialog>("UserSelect")
+        ->findChild<QPushButton *>(QStringLiteral("cmd_Cancel"))
+        ->click();
+    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
+}
+
+// Receipts gather in one RcvResult; each confirmation gets its ResultForm.
+void TestLanMain::answersOnTheDesktop()
+{
+    writeSettings(Host.hostName, false);
+    QUdpSocket sato;
+    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
+    TagMain main(m_dir.path(), m_prompt, m_clock);
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    QVERIFY(main.start());
+    const QHostAddress to(Host.address);
+    sato.writeDatagram("\x02" + Cp932::encode(u"佐藤"), to, m_port);
+    sato.writeDatagram("\x02" + Cp932::encode(u"鈴木"), to, m_port);
+    QTRY_VERIFY(topLevel<QWidget>("RcvResult"));
+    auto *list = topLevel<QWidget>("RcvResult")->findChild<QListWidget *>();
+    QTRY_COMPARE(list->count(), 2);
+    QCOMPARE(list->item(1)->text(), QStringLiteral("鈴木 Received"));
+    sato.writeDatagram(Net::confirmation(Net::AbandonmentConfirmation, QStringLiteral("佐藤"),
+                                         QStringLiteral("例の件")),
+                       to, m_port);
+    QTRY_VERIFY(topLevel<QWidget>("ResultForm"));
+    auto *form = topLevel<QWidget>("ResultForm");
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Heading"))->text(),
+             QStringLiteral("以下に示す付箋が開封せずに廃棄されました。"));
+    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Sender"))->text(),
+             QStringLiteral("佐藤から廃棄確認が届きました。"));
+    QCOMPARE(form->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("例の件"));
 }
 
 QTEST_MAIN(TestLanMain)

@@ -52,6 +52,34 @@ QString logOf(const QString &dir)
     return f.open(QIODevice::ReadOnly) ? QString::fromLatin1(f.readAll()) : QString();
 }
 
+// pb<host>'s data directory with settings for the bridge, logging on.
+QString makeHost(const QTemporaryDir &root, int host)
+{
+    const QString dir = root.filePath(QStringLiteral("pb%1").arg(host));
+    if (!QDir().mkpath(dir) ||
+        !QFile::copy(QStringLiteral(PINBOARD_APP), dir + QStringLiteral("/pinboard")))
+        return {};
+    const FileSet files = FileSet::forDirectory(dir);
+    if (!prepareFileSet(files).ok)
+        return {};
+    EnvRecord env;
+    env.setByte(Env::NetConfigured, 1);
+    env.setText(Env::NetHostName, QHostInfo::localHostName());
+    env.setText(Env::NetLocalIp, QStringLiteral("10.77.0.%1").arg(host));
+    env.setText(Env::UserName, QStringLiteral("pb%1").arg(host));
+    env.setPortNo(12222);
+    env.setBroadcastAddress(0, 0x0A4D00FF);
+    env.setByte(Env::LogEnabled, 1);
+    return TagStore(files.dt1).writeEnv(env) ? dir : QString();
+}
+
+QStringList inNamespace(int host, const QString &program, const QStringList &args = {})
+{
+    return QStringList{QStringLiteral("netns"), QStringLiteral("exec"),
+                       QStringLiteral("pb%1").arg(host), program} +
+           args;
+}
+
 QString recv(int host, const char *label)
 {
     return QStringLiteral("10.77.0.%1").arg(host).leftJustified(15, u' ') +
@@ -65,6 +93,7 @@ class TestLanNamespaces : public QObject
 private Q_SLOTS:
     void cleanupTestCase() { run(Script, {QStringLiteral("down"), QStringLiteral("4")}); }
     void findEachOtherAndLeave();
+    void tagFromHost1ShownOnHosts2And3();
 };
 
 void TestLanNamespaces::findEachOtherAndLeave()
@@ -140,6 +169,63 @@ void TestLanNamespaces::findEachOtherAndLeave()
                  qPrintable(heard));
         QVERIFY2(heard.contains(from + QStringLiteral(" 0x01 [User Logout(End Prg)] 1 bytes")),
                  qPrintable(heard));
+    }
+}
+
+// pinboard-cli on host 1 sends one tag the program's way to the programs on hosts
+// 2 and 3: each stores it as a received tag and answers, and both answers arrive.
+void TestLanNamespaces::tagFromHost1ShownOnHosts2And3()
+{
+    QTemporaryDir root;
+    QString dirs[Hosts];
+    for (int i = 0; i < Hosts; ++i) {
+        dirs[i] = makeHost(root, i + 1);
+        QVERIFY(!dirs[i].isEmpty());
+    }
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    QProcess apps[2];
+    for (int i = 0; i < 2; ++i) {
+        apps[i].setProcessEnvironment(env);
+        apps[i].setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        apps[i].start(QStringLiteral("ip"),
+                      inNamespace(i + 2, dirs[i + 1] + QStringLiteral("/pinboard")));
+        QVERIFY(apps[i].waitForStarted());
+    }
+    for (int i = 1; i < Hosts; ++i)
+        QTRY_VERIFY_WITH_TIMEOUT(
+            logOf(dirs[i]).contains(QStringLiteral("Send-[Pinboard Start Req  ] ")), 10000);
+    const QString text = QStringLiteral("会議室Ａ 15:00");
+    QProcess cli;
+    cli.start(QStringLiteral("ip"),
+              inNamespace(1, QStringLiteral(PINBOARD_CLI),
+                          {QStringLiteral("net-tag"), dirs[0], QStringLiteral("--to"),
+                           QStringLiteral("10.77.0.2,10.77.0.3"), QStringLiteral("--text"), text,
+                           QStringLiteral("--seconds"), QStringLiteral("10")}));
+    QVERIFY(cli.waitForFinished(15000));
+    const QString out = QString::fromUtf8(cli.readAllStandardOutput());
+    QVERIFY2(cli.exitCode() == 0, qPrintable(out + QString::fromUtf8(cli.readAllStandardError())));
+    QVERIFY2(out.contains(QStringLiteral("pb2 Received")) &&
+                 out.contains(QStringLiteral("pb3 Received")),
+             qPrintable(out));
+    for (int i = 1; i < Hosts; ++i) {
+        const QString log = logOf(dirs[i]);
+        QVERIFY(log.contains(recv(1, "[Tag Data Receive    ] :")));
+        QVERIFY(log.contains(
+            QStringLiteral("10.77.0.1       Send-[Tab Received Answer ] :pb%1").arg(i + 1)));
+    }
+    QVERIFY(logOf(dirs[0]).contains(QStringLiteral("10.77.0.3       Send-[Tag Data] ")));
+    for (QProcess &app : apps) {
+        app.terminate();
+        QVERIFY(app.waitForFinished(10000));
+    }
+    for (int i = 1; i < Hosts; ++i) {
+        const auto tag = TagStore(FileSet::forDirectory(dirs[i]).dt1).readTag(1);
+        QVERIFY(tag);
+        QCOMPARE(tag->message(), text);
+        QCOMPARE(tag->text(Tag::ReceivedMark), QStringLiteral("1"));
+        QCOMPARE(tag->text(Tag::SenderName), QStringLiteral("pb1"));
+        QCOMPARE(tag->text(Tag::SenderAddress), QStringLiteral("10.77.0.1"));
     }
 }
 

@@ -153,6 +153,8 @@ void TagEntry::buildControls()
     connect(m_addNet, &QPushButton::clicked, this, [this] {
         if (m_mail->isChecked())
             Q_EMIT mailRecipientsRequested(m_k);
+        else if (m_netReady)
+            sendToNet();
     });
     connect(m_delete, &QPushButton::clicked, this, &TagEntry::trashTag);
     connect(ok, &QPushButton::clicked, this, &TagEntry::storeTag);
@@ -586,7 +588,7 @@ void TagEntry::fileModeChanged()
 {
     const bool mail = m_mail->isChecked();
     const bool openFile = m_openFile->isChecked();
-    m_addNet->setEnabled(mail);
+    m_addNet->setEnabled(mail || m_netReady);
     m_addNet->setToolTip(mail ? MailTip : NetTip);
     m_soundOn->setText(mail ? AttachCaption : SoundCaption);
     m_soundLabel->setText(openFile ? u"開くﾌｧｲﾙ"_s : mail ? u"添付ﾌｧｲﾙ"_s : u"ｻｳﾝﾄﾞ"_s);
@@ -635,6 +637,28 @@ void TagEntry::storeTag()
     m_changed = false;
     Q_EMIT tagStored(k);
     accept();
+}
+
+void TagEntry::setNetSend(std::function<bool()> ready)
+{
+    m_netReady = std::move(ready);
+    fileModeChanged();
+}
+
+void TagEntry::sendToNet()
+{
+    TagEntryInput in = input();
+    const SendCheck check = validateForSend(in, m_netReady(), m_prompt);
+    if (check.verdict == SendVerdict::Fault) {
+        m_prompt.warn(check.fault.message);
+        if (auto *control = findChild<QWidget *>(check.fault.control))
+            control->setFocus();
+    }
+    if (check.verdict != SendVerdict::Ready)
+        return;
+    TagRecord record = m_base;
+    applyTo(in, record);
+    Q_EMIT netSendRequested(record);
 }
 
 void TagEntry::trashTag()

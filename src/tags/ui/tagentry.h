@@ -55,10 +55,16 @@ public:
 
     void done(int result) override;
 
+    // Offers cmd_AddNet for sending to other computers; ready says whether the
+    // network is set up (the first of the send checks).
+    void setNetSend(std::function<bool()> ready);
+
 Q_SIGNALS:
     void tagStored(int k);
     void tagTrashed(int k);
     void mailRecipientsRequested(int k);
+    // cmd_AddNet passed the send checks: the tag as it would be stored.
+    void netSendRequested(const TagRecord &record);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -82,6 +88,7 @@ private:
     void exclusiveFileModes(QCheckBox *turnedOn);
 
     void storeTag();
+    void sendToNet();
     void trashTag();
     void restoreDefaultLook();
     void chooseColor(bool fore);
@@ -105,6 +112,7 @@ private:
     const Clock &m_clock;
     SoundPlayer &m_sound;
     FileChooser m_chooseFile;
+    std::function<bool()> m_netReady;
 
     int m_k = 0;
     TagRecord m_base; // fields the editor does not show come from here
