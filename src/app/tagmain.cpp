@@ -5,6 +5,7 @@
 #include "desktopdisplay.h"
 #include "dialoglift.h"
 #include "editorhost.h"
+#include "hotkeys.h"
 #include "maildesk.h"
 #include "mainmenu.h"
 #include "netdesk.h"
@@ -13,6 +14,7 @@
 #include "scheduler.h"
 #include "singleinstance.h"
 #include "soundselect.h"
+#include "sysdesk.h"
 #include "tagactions.h"
 #include "tagpopupmenu.h"
 #include "tagstore.h"
@@ -121,6 +123,14 @@ bool TagMain::start()
     // 8. Tray icon; its retries run on their own while start-up goes on.
     setUpTray();
 
+    // 6. The shortcut entries' captions, and the hotkeys' registry.
+    m_sys = std::make_unique<SysDesk>(
+        *m_mainMenu, *m_settings, m_prompt, m_files.dir,
+        m_givenHotkeys ? std::move(m_givenHotkeys) : Hotkeys::create(),
+        Shortcuts(Shortcuts::userFolders(),
+                  QStringList{QCoreApplication::applicationFilePath()} + m_launchArgs));
+    connect(m_sys.get(), &SysDesk::quitRequested, this, &TagMain::quitRequested);
+
     // 10. The environment record.
     QString error;
     if (m_firstRun) {
@@ -136,6 +146,9 @@ bool TagMain::start()
     }
 
     applySettingsToMenu();
+
+    // 13. Hotkeys.
+    m_sys->registerHotkeys();
 
     // 12, 14. The LAN, when its settings still belong to this host.
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, m_prompt, m_clock, m_netIdentity);
@@ -167,8 +180,20 @@ bool TagMain::start()
             m_tray->show();
     });
     m_tagScheduler->loadAll();
+    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_tagScheduler, *m_mail, m_tagSender);
     m_running = true;
     return true;
+}
+
+void TagMain::setHotkeys(std::unique_ptr<Hotkeys> hotkeys)
+{
+    m_givenHotkeys = std::move(hotkeys);
+}
+
+void TagMain::firstRunSetUp()
+{
+    if (m_running && m_firstRun)
+        m_sys->firstRunSetUp([this] { m_net->openNetSetup(); }, [this] { m_mail->openSmtpSetup(); });
 }
 
 void TagMain::setUpTray()
@@ -431,6 +456,9 @@ void TagMain::shutdown()
     if (m_net)
         m_net->logoutAndStop();
     m_net.reset();
+    // 6. Hotkeys.
+    if (m_sys)
+        m_sys->releaseHotkeys();
     // 7. The alarm that may still be playing.
     if (m_display)
         m_display->sound().stopMidi();
@@ -444,4 +472,8 @@ void TagMain::shutdown()
     m_running = false;
     // Last: the data directory is free for the next Pinboard or pinboard-cli.
     m_instance.reset();
+    // 8. An uninstall preparation deletes the data once nothing holds it.
+    if (m_sys)
+        m_sys->finishUninstall();
+    m_sys.reset();
 }

@@ -75,6 +75,9 @@ void TestLanNamespaces::findEachOtherAndLeave()
         dirs[i] = root.filePath(QStringLiteral("pb%1").arg(i + 1));
         QVERIFY(QDir().mkpath(dirs[i]));
         QVERIFY(QFile::copy(QStringLiteral(PINBOARD_APP), dirs[i] + QStringLiteral("/pinboard")));
+        // Portable: each copy keeps its data beside itself.
+        QFile marker(dirs[i] + QStringLiteral("/portable"));
+        QVERIFY(marker.open(QIODevice::WriteOnly));
         const FileSet files = FileSet::forDirectory(dirs[i]);
         QVERIFY(prepareFileSet(files).ok);
         EnvRecord env;

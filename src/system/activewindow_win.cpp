@@ -1,0 +1,8 @@
+#include "activewindow.h"
+
+#include <windows.h>
+
+WId activeWindowId()
+{
+    return WId(GetForegroundWindow());
+}
