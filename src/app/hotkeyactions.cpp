@@ -36,11 +36,16 @@ std::optional<int> storeClipTag(const TagStore &store, const QString &text, QStr
 
 QImage grabActiveWindow()
 {
-    const WId window = activeWindowId();
-    QScreen *screen = QGuiApplication::primaryScreen();
-    if (window == 0 || !screen)
+    // Taken from the screen at the window's place: a window of another
+    // program cannot always be read directly, the screen can.
+    const QRect rect = activeWindowGeometry();
+    QScreen *screen = rect.isEmpty() ? nullptr : QGuiApplication::screenAt(rect.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (rect.isEmpty() || !screen)
         return {};
-    return screen->grabWindow(window).toImage();
+    const QPoint at = rect.topLeft() - screen->geometry().topLeft();
+    return screen->grabWindow(0, at.x(), at.y(), rect.width(), rect.height()).toImage();
 }
 
 } // namespace HotkeyActions

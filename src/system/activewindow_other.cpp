@@ -5,3 +5,8 @@ WId activeWindowId()
 {
     return 0;
 }
+
+QRect activeWindowGeometry()
+{
+    return {};
+}

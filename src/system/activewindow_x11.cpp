@@ -4,11 +4,18 @@
 
 #include <xcb/xcb.h>
 
+namespace {
+xcb_connection_t *connection()
+{
+    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+} // namespace
+
 // The window manager publishes the focused client in _NET_ACTIVE_WINDOW on the root.
 WId activeWindowId()
 {
-    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    xcb_connection_t *conn = x11 ? x11->connection() : nullptr;
+    xcb_connection_t *conn = connection();
     if (!conn)
         return 0;
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(conn)).data->root;
@@ -30,4 +37,23 @@ WId activeWindowId()
     }
     free(atom);
     return window;
+}
+
+QRect activeWindowGeometry()
+{
+    xcb_connection_t *conn = connection();
+    const auto window = xcb_window_t(activeWindowId());
+    if (!conn || window == 0)
+        return {};
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(conn)).data->root;
+    xcb_get_geometry_reply_t *geometry =
+        xcb_get_geometry_reply(conn, xcb_get_geometry(conn, window), nullptr);
+    xcb_translate_coordinates_reply_t *origin = xcb_translate_coordinates_reply(
+        conn, xcb_translate_coordinates(conn, window, root, 0, 0), nullptr);
+    QRect rect;
+    if (geometry && origin)
+        rect = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
+    free(geometry);
+    free(origin);
+    return rect;
 }

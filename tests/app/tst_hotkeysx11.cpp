@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
@@ -223,7 +224,7 @@ void TestHotkeysX11::activeWindowToClipboard()
     QVERIFY(atom);
     const xcb_atom_t active = atom->atom;
     free(atom);
-    const xcb_window_t id = xcb_window_t(window.winId());
+    const auto id = xcb_window_t(window.windowHandle()->winId());
     xcb_change_property(conn, XCB_PROP_MODE_REPLACE, root, active, XCB_ATOM_WINDOW, 32, 1, &id);
     xcb_flush(conn);
     QGuiApplication::clipboard()->clear();
