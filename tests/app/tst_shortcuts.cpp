@@ -7,6 +7,11 @@
 #include "sysdesk.h"
 #include "tagmain.h"
 #include "tagstore.h"
+#include "version.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QTimer>
 
 #include <QDir>
 #include <QFile>
@@ -77,6 +82,11 @@ private Q_SLOTS:
     void startUpShowsExistingShortcuts();
     void uninstallKeepsDataWhenAskedTo();
     void uninstallDeletesData();
+    void firstRunAsksOnce_data();
+    void firstRunAsksOnce();
+    void versionLines();
+    void buildDate_data();
+    void buildDate();
 
 private:
     QTemporaryDir m_home;
@@ -276,6 +286,81 @@ void TestShortcuts::uninstallDeletesData()
     QCOMPARE(prompt.shown[2], SysDesk::dataDeletedText(data.path()));
     QCOMPARE(QDir(data.path()).entryList(QDir::Files | QDir::Hidden),
              QStringList{QStringLiteral("mine.txt")});
+}
+
+void TestShortcuts::firstRunAsksOnce_data()
+{
+    QTest::addColumn<QList<bool>>("answers");
+    QTest::addColumn<int>("hotkeyForms");
+    QTest::newRow("all no") << QList<bool>{false, false, false} << 0;
+    QTest::newRow("hotkeys yes") << QList<bool>{false, false, true} << 1;
+}
+
+void TestShortcuts::firstRunAsksOnce()
+{
+    QFETCH(QList<bool>, answers);
+    QFETCH(int, hotkeyForms);
+    QTemporaryDir data;
+    ScriptedPrompt prompt;
+    ManualClock clock(QDateTime(QDate(2024, 5, 1), QTime(9, 0)));
+    int forms = 0;
+    {
+        TagMain main(data.path(), prompt, clock);
+        QVERIFY(main.start());
+        prompt.answers = answers;
+        // The hotkey form is modal: the user closes it without registering.
+        QTimer closer;
+        connect(&closer, &QTimer::timeout, this, [&] {
+            if (auto *form = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
+                forms += form->objectName() == u"HotKey";
+                form->reject();
+            }
+        });
+        closer.start(10);
+        main.firstRunSetUp();
+        QCOMPARE(forms, hotkeyForms);
+        QStringList expected{SysDesk::firstRunNetworkText(), SysDesk::firstRunMailText(),
+                             SysDesk::firstRunHotkeyText()};
+        if (hotkeyForms)
+            expected << QStringLiteral(
+                "ｼｮｰﾄｶｯﾄｷｰの設定が中断されました。\r\nｼｮｰﾄｶｯﾄｷｰを無効にします。");
+        QCOMPARE(prompt.shown, expected);
+    }
+    // The next start is no first run: nothing asked.
+    ScriptedPrompt next;
+    TagMain main(data.path(), next, clock);
+    QVERIFY(main.start());
+    main.firstRunSetUp();
+    QVERIFY(next.shown.isEmpty());
+}
+
+void TestShortcuts::versionLines()
+{
+    const QStringList lines = Version::lines(QStringLiteral("/srv/付箋"));
+    QCOMPARE(lines.size(), 4);
+    QVERIFY(lines[0].contains(QStringLiteral("%1.%2.%3")
+                                  .arg(PINBOARD_VERSION_MAJOR)
+                                  .arg(PINBOARD_VERSION_MINOR)
+                                  .arg(PINBOARD_VERSION_PATCH)));
+    QVERIFY(lines[1].contains(QString::fromLatin1(qVersion())));
+    QVERIFY(lines[2].endsWith(QStringLiteral("/srv/付箋")));
+    QVERIFY(QDate::fromString(lines[3].right(10), QStringLiteral("yyyy/MM/dd")).isValid());
+}
+
+void TestShortcuts::buildDate_data()
+{
+    QTest::addColumn<QByteArray>("compiler");
+    QTest::addColumn<QString>("date");
+    QTest::newRow("one-digit day") << QByteArray("Nov  4 2026") << QStringLiteral("2026/11/04");
+    QTest::newRow("two-digit day") << QByteArray("Jan 31 2025") << QStringLiteral("2025/01/31");
+    QTest::newRow("unreadable kept") << QByteArray("??? ?? ????") << QStringLiteral("??? ?? ????");
+}
+
+void TestShortcuts::buildDate()
+{
+    QFETCH(QByteArray, compiler);
+    QFETCH(QString, date);
+    QCOMPARE(Version::buildDate(compiler.constData()), date);
 }
 
 QTEST_MAIN(TestShortcuts)
