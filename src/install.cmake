@@ -29,11 +29,11 @@ set(CPACK_PACKAGE_INSTALL_DIRECTORY pinboard)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
-# The libraries the two programs link, the Qt platform plugins they need to
-# open a window, Qt's Japanese texts, a Japanese font and the MIDI sound font.
+# The libraries the programs link come from dpkg-shlibdeps; what they load
+# at run time is named here: the Qt platform plugins that open a window, Qt's
+# Japanese texts, a Japanese font and the sound font for MIDI alarms.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-  "libqt6core6, libqt6gui6, libqt6widgets6, libqt6network6, libqt6multimedia6, \
-libqt6printsupport6, libfluidsynth3, libxcb1, libxcb-keysyms1, libstdc++6, libc6, \
-qt6-qpa-plugins, qt6-translations-l10n, fonts-noto-cjk, timgm6mb-soundfont")
+  "qt6-qpa-plugins, qt6-translations-l10n, fonts-noto-cjk, timgm6mb-soundfont")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-user-dirs")
 include(CPack)
