@@ -98,6 +98,11 @@ void TestInstall::helpOfBothPrograms()
         const QString page = QString::fromUtf8(man.readAll());
         QVERIFY(page.startsWith(QStringLiteral(".TH ")));
         QVERIFY(page.contains(QStringLiteral("\n.SH SYNOPSIS\n")));
+        // Every line of the help is on the page as it stands.
+        QString plain = page;
+        plain.replace(QStringLiteral("\\e"), QStringLiteral("\\"));
+        for (const QString &line : help.split(u'\n'))
+            QVERIFY2(plain.contains(line.trimmed()), qPrintable(line));
     }
 }
 
