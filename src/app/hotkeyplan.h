@@ -25,7 +25,7 @@ enum Action
     ClipTag,
     ClipSend,
     WindowCopy,
-    ClipMail
+    ClipByMail
 };
 
 struct Item

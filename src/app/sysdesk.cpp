@@ -105,7 +105,7 @@ void SysDesk::wireActions(const TagStore &store, EditorHost &editors, DesktopDis
         if (!image.isNull())
             QGuiApplication::clipboard()->setImage(image);
     });
-    setAction(HotkeyPlan::ClipMail, [this, &mail, clipText] {
+    setAction(HotkeyPlan::ClipByMail, [this, &mail, clipText] {
         ClipMail dialog(mail.book(), clipText(), m_prompt);
         if (dialog.exec() == QDialog::Accepted)
             mail.sendText(dialog.recipients(), dialog.text());

@@ -1,5 +1,8 @@
+#include "clipmail.h"
+#include "cp932.h"
 #include "fileset.h"
 #include "hotkey.h"
+#include "hotkeyactions.h"
 #include "hotkeyplan.h"
 #include "hotkeys.h"
 #include "prompt.h"
@@ -7,6 +10,7 @@
 #include "tagstore.h"
 
 #include <QComboBox>
+#include <QPlainTextEdit>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
@@ -66,6 +70,9 @@ private Q_SLOTS:
     void formRegistersCtrlShiftF12();
     void formChecksBeforeRegistering();
     void formLeftWithoutRegisteringSwitchesOff();
+    void clipTag_data();
+    void clipTag();
+    void clipMailNeedsRecipientsAndText();
 
 private:
     struct Data
@@ -260,6 +267,60 @@ void TestHotkeyPlan::formLeftWithoutRegisteringSwitchesOff()
         QVERIFY(!stored.hotkeyEnabled(n));
     // The choice itself stays for the next time the form opens.
     QCOMPARE(storedPicks(stored), distinctPicks());
+}
+
+void TestHotkeyPlan::clipTag_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("bytes"); // stored CP932 bytes
+    QTest::newRow("short") << QStringLiteral("買い物\r\n牛乳") << 12;
+    QTest::newRow("at the limit") << QString(28000, u'a') << 28000;
+    QTest::newRow("cut") << QString(28001, u'a') << 28000;
+    // 'a' then double-byte characters: the last whole one ends at 27999.
+    QTest::newRow("cut before a split character") << u'a' + QString(14000, u'付') << 27999;
+}
+
+void TestHotkeyPlan::clipTag()
+{
+    QFETCH(QString, text);
+    QFETCH(int, bytes);
+    auto d = data();
+    QVERIFY(d);
+    const auto k = HotkeyActions::storeClipTag(*d->store, text);
+    QVERIFY(k);
+    const TagRecord tag = *d->store->readTag(*k);
+    QCOMPARE(tag.messageBytes().size(), bytes);
+    QCOMPARE(tag.messageBytes(), Cp932::encode(text).left(bytes));
+    QCOMPARE(tag.byte(Tag::ScheduleKind), 0); // shown at once
+    QCOMPARE(tag.stateMark(), QStringLiteral("0"));
+    // Blank text makes no tag.
+    QVERIFY(!HotkeyActions::storeClipTag(*d->store, QStringLiteral(" \n\t")));
+    QCOMPARE(d->store->tagCount(), 1);
+}
+
+void TestHotkeyPlan::clipMailNeedsRecipientsAndText()
+{
+    AddressBook book;
+    ScriptedPrompt prompt;
+    ClipMail mail(book, QStringLiteral("本文"), prompt);
+    mail.send();
+    QCOMPARE(prompt.shown, QStringList{ClipMail::noRecipientText()});
+    QCOMPARE(mail.result(), int(QDialog::Rejected));
+    TagMailSettings to;
+    to.to = QStringList{QStringLiteral("a@example.invalid")};
+    mail.setRecipients(to);
+    mail.findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
+        ->setPlainText(QStringLiteral("  "));
+    mail.send();
+    QCOMPARE(prompt.shown.last(), ClipMail::noTextText());
+    QCOMPARE(mail.result(), int(QDialog::Rejected));
+    mail.findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
+        ->setPlainText(QStringLiteral("本文"));
+    mail.send();
+    QCOMPARE(prompt.shown.size(), 2);
+    QCOMPARE(mail.result(), int(QDialog::Accepted));
+    QCOMPARE(mail.recipients(), to);
+    QCOMPARE(mail.text(), QStringLiteral("本文"));
 }
 
 QTEST_MAIN(TestHotkeyPlan)
