@@ -72,6 +72,12 @@ void MailDesk::sendContentTo(int k, const TagMailSettings &recipients)
         m_queued << k;
 }
 
+void MailDesk::sendText(const TagMailSettings &recipients, const QString &text)
+{
+    if (m_mailer.sendDirect(recipients, text))
+        m_queued << 0;
+}
+
 void MailDesk::mailFinished(bool ok)
 {
     if (m_queued.isEmpty())

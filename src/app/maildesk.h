@@ -46,6 +46,8 @@ public:
     // Sends tag k's text to recipients; they are kept until the mail is out.
     void sendContentTo(int k, const TagMailSettings &recipients);
     static QString contentSentText();
+    // A text that belongs to no tag (the clipboard's), to recipients chosen now.
+    void sendText(const TagMailSettings &recipients, const QString &text);
 
     // The editor's mail button: the recipients and subject of tag k (0: the new
     // tag that editor will store, kept until it is stored).

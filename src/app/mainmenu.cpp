@@ -28,10 +28,14 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     top->setObjectName(QStringLiteral("M_POPUP"));
 
     // Entries of features that come later stay disabled until then. The desktop
-    // calendar, shortcuts, Outlook, screen copy, image editor, information
-    // windows and uninstall preparation are not part of this program.
+    // calendar, Outlook, screen copy, image editor and the information text
+    // are not part of this program.
     QMenu *config = submenu(top, "mnu_Config", QStringLiteral("環境設定"));
     entry(config, "mnu_HotKey", QStringLiteral("ｼｮｰﾄｶｯﾄｷｰ登録"), false);
+    QMenu *shortcuts = submenu(config, "mnu_StartUpEnvironment", QStringLiteral("ｼｮｰﾄｶｯﾄの設定"));
+    entry(shortcuts, "mnu_StartUp", QStringLiteral("ｽﾀｰﾄｱｯﾌﾟに登録"), false);
+    entry(shortcuts, "mnu_DiskTop", QStringLiteral("ﾃﾞｨｽｸﾄｯﾌﾟに登録"), false);
+    entry(shortcuts, "mnu_Program", QStringLiteral("ﾌﾟﾛｸﾞﾗﾑﾒﾆｭｰに登録"), false);
     QMenu *autoPos = submenu(config, "mnu_AutoPos", QStringLiteral("表示位置自動補正"));
     entry(autoPos, "mnu_AutoPosYes", QStringLiteral("補正する"), true, true);
     entry(autoPos, "mnu_AutoPosNo", QStringLiteral("補正しない"), true, true);
@@ -44,6 +48,7 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(other, "mnu_NetTop", QStringLiteral("他のｺﾝﾋﾟｭｰﾀから送られた付箋を最上位に表示"), true, true);
     entry(other, "mnu_NetSound", QStringLiteral("他から送られた付箋の表示時に音を鳴らす"), true, true);
     entry(other, "mnu_SoundSel", QStringLiteral("鳴らす音源ﾌｧｲﾙを指定する"));
+    entry(config, "mnu_UnInstall", QStringLiteral("ｱﾝｲｽﾄｰﾙの準備"), false);
 
     QMenu *display = submenu(top, "mnu_Display", QStringLiteral("表示関係"));
     entry(display, "mnuList", QStringLiteral("一覧表示"));
@@ -59,6 +64,7 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(arrange, "mnu_LeftUnder", QStringLiteral("左下から配置"));
     entry(arrange, "mnu_RightTop", QStringLiteral("右上から配置"));
     entry(arrange, "mnu_RightUnder", QStringLiteral("右下から配置"));
+    entry(top, "mnu_Version", QStringLiteral("ﾊﾞｰｼﾞｮﾝ情報"), false);
     entry(top, "mnu_Chat", QStringLiteral("ｸﾞﾛｰﾊﾞﾙﾁｬｯﾄ表示"), false);
     entry(top, "mnu_PrvChat", QStringLiteral("１：１ﾁｬｯﾄの開始"), false);
     entry(top, "mnu_NewTag", QStringLiteral("付箋の新規作成"));

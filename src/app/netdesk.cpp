@@ -117,17 +117,31 @@ void NetDesk::sendTag(int k, QWidget *parent)
     openUserSelect(record, parent);
 }
 
-bool NetDesk::sendTextAsTag(const QString &text, const QList<quint32> &recipients)
+TagRecord NetDesk::tagFromText(const QString &text) const
 {
-    if (!m_usable || !m_endpoint.isStarted() || m_textSender.isBusy())
-        return false;
     const EnvRecord &env = m_settings.env();
     TagRecord record = TagActions::withDefaults(TagRecord(), env);
     record.setLong(Tag::Width, env.integer(Env::DefaultWidth));
     record.setLong(Tag::Height, env.integer(Env::DefaultHeight));
     // Stored with CR LF line ends, however the text came.
     record.setMessage(TagEntryText::stored(text));
-    Net::TagDatagram wire = TagWireMap::toDatagram(record);
+    return record;
+}
+
+void NetDesk::chooseAndSendText(const QString &text)
+{
+    if (!m_usable) {
+        m_prompt.inform(notConfiguredText());
+        return;
+    }
+    openUserSelect(tagFromText(text));
+}
+
+bool NetDesk::sendTextAsTag(const QString &text, const QList<quint32> &recipients)
+{
+    if (!m_usable || !m_endpoint.isStarted() || m_textSender.isBusy())
+        return false;
+    Net::TagDatagram wire = TagWireMap::toDatagram(tagFromText(text));
     sealForSending(wire, false, QString(), NetLog::AddrToText(m_endpoint.config().localIp),
                    m_endpoint.config().userName);
     return m_textSender.start(wire, recipients);

@@ -67,6 +67,10 @@ public:
     // and no dialog. False when the network is not usable or another such send
     // is still running.
     bool sendTextAsTag(const QString &text, const QList<quint32> &recipients);
+    // The same text as a tag with the current default look, to the participants
+    // the user picks in UserSelect (hotkey 5).
+    void chooseAndSendText(const QString &text);
+    TagRecord tagFromText(const QString &text) const;
 
     void openChat();         // mnu_Chat
     void startPrivateChat(); // mnu_PrvChat

@@ -7,6 +7,7 @@
 #include "desktopdisplay.h"
 #include "dialoglift.h"
 #include "editorhost.h"
+#include "hotkeys.h"
 #include "maildesk.h"
 #include "mainmenu.h"
 #include "netdesk.h"
@@ -15,6 +16,7 @@
 #include "scheduler.h"
 #include "singleinstance.h"
 #include "soundselect.h"
+#include "sysdesk.h"
 #include "tagactions.h"
 #include "tagpopupmenu.h"
 #include "tagstore.h"
@@ -124,6 +126,14 @@ bool TagMain::start()
     // 8. Tray icon; its retries run on their own while start-up goes on.
     setUpTray();
 
+    // 6. The shortcut entries' captions, and the hotkeys' registry.
+    m_sys = std::make_unique<SysDesk>(
+        *m_mainMenu, *m_settings, m_prompt, m_files.dir,
+        m_givenHotkeys ? std::move(m_givenHotkeys) : Hotkeys::create(),
+        Shortcuts(Shortcuts::userFolders(),
+                  QStringList{QCoreApplication::applicationFilePath()} + m_launchArgs));
+    connect(m_sys.get(), &SysDesk::quitRequested, this, &TagMain::quitRequested);
+
     // 10. The environment record.
     QString error;
     if (m_firstRun) {
@@ -139,6 +149,9 @@ bool TagMain::start()
     }
 
     applySettingsToMenu();
+
+    // 13. Hotkeys.
+    m_sys->registerHotkeys();
 
     // 12, 14. The LAN, when its settings still belong to this host.
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
@@ -188,8 +201,23 @@ bool TagMain::start()
         [this](const TagRecord &record, QWidget *editor) { m_net->openUserSelect(record, editor); },
         [this] { return m_net->isUsable(); });
     m_net->raiseStoredSealed();
+    // Hotkey 5: the clipboard text as a tag, to the participants chosen in UserSelect.
+    if (!m_tagSender)
+        m_tagSender = [this](const QString &text) { m_net->chooseAndSendText(text); };
+    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_tagScheduler, *m_mail, m_tagSender);
     m_running = true;
     return true;
+}
+
+void TagMain::setHotkeys(std::unique_ptr<Hotkeys> hotkeys)
+{
+    m_givenHotkeys = std::move(hotkeys);
+}
+
+void TagMain::firstRunSetUp()
+{
+    if (m_running && m_firstRun)
+        m_sys->firstRunSetUp([this] { m_net->openNetSetup(); }, [this] { m_mail->openSmtpSetup(); });
 }
 
 void TagMain::setUpTray()
@@ -457,6 +485,9 @@ void TagMain::shutdown()
     if (m_net)
         m_net->logoutAndStop();
     m_net.reset();
+    // 6. Hotkeys.
+    if (m_sys)
+        m_sys->releaseHotkeys();
     // 7. The alarm that may still be playing.
     if (m_display)
         m_display->sound().stopMidi();
@@ -470,4 +501,8 @@ void TagMain::shutdown()
     m_running = false;
     // Last: the data directory is free for the next Pinboard or pinboard-cli.
     m_instance.reset();
+    // 8. An uninstall preparation deletes the data once nothing holds it.
+    if (m_sys)
+        m_sys->finishUninstall();
+    m_sys.reset();
 }

@@ -19,6 +19,7 @@ class ClockChangeWatcher;
 class DesktopDisplay;
 class DialogLift;
 class EditorHost;
+class Hotkeys;
 class MailDesk;
 class MainMenu;
 class NetDesk;
@@ -26,6 +27,7 @@ class Prompt;
 class QMenu;
 class Scheduler;
 class SingleInstance;
+class SysDesk;
 class TagOperations;
 class TagPopupMenu;
 class TagStore;
@@ -73,6 +75,15 @@ public:
     EditorHost *editors() const { return m_editors.get(); }
     MailDesk *mail() const { return m_mail.get(); }
     NetDesk *net() const { return m_net.get(); }
+    SysDesk *sys() const { return m_sys.get(); }
+    // Before start(): the hotkey registry (tests give their own; else the
+    // platform's), the arguments a shortcut starts the program with, and who
+    // sends the clipboard text as a tag to chosen participants.
+    void setHotkeys(std::unique_ptr<Hotkeys> hotkeys);
+    void setLaunchArguments(const QStringList &args) { m_launchArgs = args; }
+    void setTagSender(std::function<void(const QString &)> send) { m_tagSender = std::move(send); }
+    // 11. The first run's questions; main calls it once the event loop runs.
+    void firstRunSetUp();
     // Where this host's name and address come from; tests give a loopback one
     // and bind the socket to it.
     void setNetIdentity(std::function<LocalIdentity()> source, const QHostAddress &bind)
@@ -122,6 +133,10 @@ private:
     std::unique_ptr<MailDesk> m_mail;
     std::unique_ptr<EditorHost> m_editors;
     std::unique_ptr<NetDesk> m_net;
+    std::unique_ptr<Hotkeys> m_givenHotkeys;
+    std::unique_ptr<SysDesk> m_sys;
+    QStringList m_launchArgs;
+    std::function<void(const QString &)> m_tagSender;
     std::function<LocalIdentity()> m_netIdentity = GetLocalAddress;
     QHostAddress m_netBind{QHostAddress::AnyIPv4};
     TrayMessages m_trayMessages;

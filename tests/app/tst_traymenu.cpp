@@ -73,6 +73,7 @@ void TestTrayMenu::menuTree_data()
                                             QStringLiteral("mnu_Redisp=再表示"),
                                             QStringLiteral("mnuStop=一時停止"),
                                             QStringLiteral("mnu_haiti=再配置"),
+                                            QStringLiteral("!mnu_Version=ﾊﾞｰｼﾞｮﾝ情報"),
                                             QStringLiteral("!mnu_Chat=ｸﾞﾛｰﾊﾞﾙﾁｬｯﾄ表示"),
                                             QStringLiteral("!mnu_PrvChat=１：１ﾁｬｯﾄの開始"),
                                             QStringLiteral("mnu_NewTag=付箋の新規作成"),
@@ -80,12 +81,18 @@ void TestTrayMenu::menuTree_data()
                                             QStringLiteral("mnuExit=終了")};
     QTest::newRow("mnu_Config") << QStringLiteral("mnu_Config")
                                 << QStringList{QStringLiteral("!mnu_HotKey=ｼｮｰﾄｶｯﾄｷｰ登録"),
+                                               QStringLiteral("mnu_StartUpEnvironment=ｼｮｰﾄｶｯﾄの設定"),
                                                QStringLiteral("mnu_AutoPos=表示位置自動補正"),
                                                QStringLiteral("!mnu_NetSet=ﾈｯﾄﾜｰｸの設定"),
                                                QStringLiteral("mnu_SMTPSet=ﾒｰﾙ(SMTP)の設定"),
                                                QStringLiteral("mnu_AddressEdit=ﾒｰﾙｱﾄﾞﾚｽ帳編集"),
                                                QStringLiteral("mnu_LogStart=通信ﾛｸﾞ記録開始"),
-                                               QStringLiteral("mnu_Other=その他の基本設定")};
+                                               QStringLiteral("mnu_Other=その他の基本設定"),
+                                               QStringLiteral("!mnu_UnInstall=ｱﾝｲｽﾄｰﾙの準備")};
+    QTest::newRow("mnu_StartUpEnvironment")
+        << QStringLiteral("mnu_StartUpEnvironment")
+        << QStringList{QStringLiteral("!mnu_StartUp=ｽﾀｰﾄｱｯﾌﾟに登録"), QStringLiteral("!mnu_DiskTop=ﾃﾞｨｽｸﾄｯﾌﾟに登録"),
+                       QStringLiteral("!mnu_Program=ﾌﾟﾛｸﾞﾗﾑﾒﾆｭｰに登録")};
     QTest::newRow("mnu_Other")
         << QStringLiteral("mnu_Other")
         << QStringList{QStringLiteral("mnu_ScmTop=ｽｹｼﾞｭｰﾙで表示される付箋を最上位に表示"),

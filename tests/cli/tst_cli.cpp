@@ -144,7 +144,7 @@ private Q_SLOTS:
     void damagedTagIsLeftOut();
     void evalSaysWhy_data();
     void evalSaysWhy();
-    void dirDefaultsToExecutableDir();
+    void dirDefaultsToPortableExecutableDir();
     void mailCommands_data();
     void mailCommands();
     void mailComposeFailurePrintsDetail_data();
@@ -354,12 +354,13 @@ void TestCli::loadRefusedWhileLocked()
     QVERIFY(!QFileInfo::exists(SingleInstance(dir.path()).lockPath()));
 }
 
-void TestCli::dirDefaultsToExecutableDir()
+void TestCli::dirDefaultsToPortableExecutableDir()
 {
     QTemporaryDir exeDir, scratch;
     const QString exe = exeDir.filePath(QStringLiteral("pinboard-cli"));
     QVERIFY(QFile::copy(QStringLiteral(PINBOARD_CLI), exe));
     sampleStore(exeDir.path());
+    writeFile(exeDir.filePath(QStringLiteral("portable")), "");
     const Run dump = runCli({QStringLiteral("dump")}, exe);
     QCOMPARE(dump.status, 0);
     QCOMPARE(QJsonDocument::fromJson(dump.out)[QLatin1String("tags")].toArray().size(), 6);

@@ -59,6 +59,10 @@ QString makeHost(const QTemporaryDir &root, int host)
     if (!QDir().mkpath(dir) ||
         !QFile::copy(QStringLiteral(PINBOARD_APP), dir + QStringLiteral("/pinboard")))
         return {};
+    // Portable: each copy keeps its data beside itself.
+    QFile marker(dir + QStringLiteral("/portable"));
+    if (!marker.open(QIODevice::WriteOnly))
+        return {};
     const FileSet files = FileSet::forDirectory(dir);
     if (!prepareFileSet(files).ok)
         return {};
@@ -101,20 +105,8 @@ void TestLanNamespaces::findEachOtherAndLeave()
     QTemporaryDir root;
     QString dirs[Hosts];
     for (int i = 0; i < Hosts; ++i) {
-        dirs[i] = root.filePath(QStringLiteral("pb%1").arg(i + 1));
-        QVERIFY(QDir().mkpath(dirs[i]));
-        QVERIFY(QFile::copy(QStringLiteral(PINBOARD_APP), dirs[i] + QStringLiteral("/pinboard")));
-        const FileSet files = FileSet::forDirectory(dirs[i]);
-        QVERIFY(prepareFileSet(files).ok);
-        EnvRecord env;
-        env.setByte(Env::NetConfigured, 1);
-        env.setText(Env::NetHostName, QHostInfo::localHostName());
-        env.setText(Env::NetLocalIp, QStringLiteral("10.77.0.%1").arg(i + 1));
-        env.setText(Env::UserName, QStringLiteral("pb%1").arg(i + 1));
-        env.setPortNo(12222);
-        env.setBroadcastAddress(0, 0x0A4D00FF);
-        env.setByte(Env::LogEnabled, 1);
-        QVERIFY(TagStore(files.dt1).writeEnv(env));
+        dirs[i] = makeHost(root, i + 1);
+        QVERIFY(!dirs[i].isEmpty());
     }
     QProcess listen;
     listen.start(QStringLiteral("ip"),

@@ -1,0 +1,23 @@
+# Turns a program's --help text (sections at the left margin, the rest
+# indented) into a man page: cmake -DHELP=in.txt -DMAN=out.1 -DNAME=pinboard -P helptoman.cmake
+file(READ "${HELP}" text)
+string(TOUPPER "${NAME}" upper)
+string(REPLACE "\\" "\\e" text "${text}")
+string(REGEX REPLACE "\n$" "" text "${text}")
+# A ";" would split the list of lines: kept aside while splitting.
+string(REPLACE ";" "@SEMICOLON@" text "${text}")
+string(REPLACE "\n" ";" lines "${text}")
+set(out ".TH ${upper} 1 \"\" \"Pinboard\" \"User Commands\"\n")
+foreach(line IN LISTS lines)
+  string(REPLACE "@SEMICOLON@" ";" line "${line}")
+  if(line MATCHES "^[A-Z]")
+    string(APPEND out ".SH ${line}\n.nf\n")
+  else()
+    string(REGEX REPLACE "^    " "" line "${line}")
+    if(line MATCHES "^[.']")
+      set(line "\\&${line}")
+    endif()
+    string(APPEND out "${line}\n")
+  endif()
+endforeach()
+file(WRITE "${MAN}" "${out}")

@@ -1,0 +1,243 @@
+#include "clock.h"
+#include "desktopdisplay.h"
+#include "hotkeyplan.h"
+#include "hotkeys.h"
+#include "manualclock.h"
+#include "prompt.h"
+#include "scriptedprompt.h"
+#include "sysdesk.h"
+#include "tagmain.h"
+#include "tagstore.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWidget>
+#include <QWindow>
+
+#include <xcb/xcb.h>
+#include <xcb/xcb_keysyms.h>
+
+// Real grabs on a real X server (Xvfb), keys pressed with xdotool.
+namespace {
+bool xdotool(const QStringList &args)
+{
+    QProcess p;
+    p.start(QStringLiteral("xdotool"), args);
+    return p.waitForFinished(10000) && p.exitCode() == 0;
+}
+
+bool press(const char *keys)
+{
+    return xdotool({QStringLiteral("key"), QString::fromLatin1(keys)});
+}
+
+// Another X client, holding a grab of its own.
+class OtherClient
+{
+public:
+    OtherClient() : m_conn(xcb_connect(nullptr, nullptr))
+    {
+        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_conn)).data->root;
+    }
+    ~OtherClient() { xcb_disconnect(m_conn); }
+    bool grab(quint16 mods, xcb_keysym_t sym)
+    {
+        xcb_key_symbols_t *syms = xcb_key_symbols_alloc(m_conn);
+        xcb_keycode_t *codes = xcb_key_symbols_get_keycode(syms, sym);
+        const bool ok = codes && *codes != XCB_NO_SYMBOL &&
+                        !xcb_request_check(
+                            m_conn, xcb_grab_key_checked(m_conn, 0, m_root, mods, codes[0],
+                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        free(codes);
+        xcb_key_symbols_free(syms);
+        return ok;
+    }
+
+private:
+    xcb_connection_t *m_conn;
+    xcb_window_t m_root = 0;
+};
+
+constexpr xcb_keysym_t F11 = 0xffc8;
+constexpr xcb_keysym_t F12 = 0xffc9;
+constexpr int CtrlShift = Hotkeys::Ctrl | Hotkeys::Shift;
+} // namespace
+
+class TestHotkeysX11 : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void pressedKeyTriggers();
+    void numLockStillTriggers();
+    void keyHeldByAnotherClientFails();
+    void releasedKeyIsFreeForOthers();
+    void clipboardTagFromTheHotkey();
+    void startUpReportsAKeyTakenMeanwhile();
+    void activeWindowToClipboard();
+
+private:
+    ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 0))};
+};
+
+void TestHotkeysX11::initTestCase()
+{
+    if (QGuiApplication::platformName() != u"xcb")
+        QSKIP("needs an X server (scripts/test runs this under xvfb-run)");
+    if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+        QSKIP("xdotool is not installed (scripts/deps installs it)");
+}
+
+void TestHotkeysX11::pressedKeyTriggers()
+{
+    auto keys = Hotkeys::create();
+    QVERIFY(keys->registerHotkey(3, CtrlShift, 123));
+    QSignalSpy spy(keys.get(), &Hotkeys::triggered);
+    QVERIFY(press("ctrl+shift+F12"));
+    QTRY_COMPARE(spy.count(), 1);
+    QCOMPARE(spy.first().first().toInt(), 3);
+    // Only the registered combination: F12 with Ctrl alone is not it.
+    QVERIFY(press("ctrl+F12"));
+    QVERIFY(press("ctrl+shift+F12"));
+    QTRY_COMPARE(spy.count(), 2);
+}
+
+void TestHotkeysX11::numLockStillTriggers()
+{
+    auto keys = Hotkeys::create();
+    QVERIFY(keys->registerHotkey(1, Hotkeys::Alt, 112));
+    QSignalSpy spy(keys.get(), &Hotkeys::triggered);
+    // Pressing Num_Lock locks it on; pressing it again afterwards unlocks it.
+    QVERIFY(press("Num_Lock"));
+    QVERIFY(press("alt+F1"));
+    QVERIFY(press("Num_Lock"));
+    QTRY_COMPARE(spy.count(), 1);
+    QCOMPARE(spy.first().first().toInt(), 1);
+}
+
+void TestHotkeysX11::keyHeldByAnotherClientFails()
+{
+    OtherClient other;
+    QVERIFY(other.grab(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1, F11));
+    auto keys = Hotkeys::create();
+    QVERIFY(!keys->registerHotkey(2, Hotkeys::Ctrl | Hotkeys::Alt, 122));
+    QVERIFY(!keys->isRegistered(2));
+    // Another combination is still ours to take.
+    QVERIFY(keys->registerHotkey(2, Hotkeys::Ctrl | Hotkeys::Shift, 122));
+}
+
+void TestHotkeysX11::releasedKeyIsFreeForOthers()
+{
+    {
+        auto keys = Hotkeys::create();
+        QVERIFY(keys->registerHotkey(1, Hotkeys::Shift, 123));
+        OtherClient other;
+        QVERIFY(!other.grab(XCB_MOD_MASK_SHIFT, F12));
+        keys->unregisterHotkey(1);
+        QVERIFY(other.grab(XCB_MOD_MASK_SHIFT, F12));
+    }
+    // And all go when the registry goes, as at shutdown.
+    {
+        auto keys = Hotkeys::create();
+        QVERIFY(keys->registerHotkey(5, Hotkeys::Alt | Hotkeys::Shift, 123));
+    }
+    OtherClient other;
+    QVERIFY(other.grab(XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_1, F12));
+}
+
+void TestHotkeysX11::clipboardTagFromTheHotkey()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    {
+        TagMain first(dir.path(), prompt, m_clock);
+        QVERIFY(first.start());
+        HotkeyPlan::Picks picks;
+        for (int n = 1; n <= HotkeyPlan::Count; ++n)
+            picks[n - 1] = {Hotkeys::Alt | Hotkeys::Ctrl, 111 + n};
+        picks[HotkeyPlan::ClipTag - 1] = {CtrlShift, 123};
+        QVERIFY(first.settings()
+                    .change([&](EnvRecord &e) { HotkeyPlan::storePicks(e, picks, true); })
+                    .isEmpty());
+    }
+    // Registered from record 1 at start-up.
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QVERIFY(prompt.shown.isEmpty());
+    QVERIFY(main.sys()->hotkeys().isRegistered(HotkeyPlan::ClipTag));
+    const QString text = QStringLiteral("クリップボードから\n二行目");
+    QGuiApplication::clipboard()->setText(text);
+    QVERIFY(press("ctrl+shift+F12"));
+    QTRY_COMPARE(main.display()->shownTags().size(), 1);
+    const int k = main.display()->shownTags().first();
+    QCOMPARE(main.store().readTag(k)->message(), text);
+    main.shutdown();
+    OtherClient other;
+    QVERIFY(other.grab(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT, F12)); // released
+}
+
+void TestHotkeysX11::startUpReportsAKeyTakenMeanwhile()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    {
+        TagMain first(dir.path(), prompt, m_clock);
+        QVERIFY(first.start());
+        HotkeyPlan::Picks picks;
+        for (int n = 1; n <= HotkeyPlan::Count; ++n)
+            picks[n - 1] = {CtrlShift, 111 + n};
+        QVERIFY(first.settings()
+                    .change([&](EnvRecord &e) { HotkeyPlan::storePicks(e, picks, true); })
+                    .isEmpty());
+    }
+    OtherClient other;
+    QVERIFY(other.grab(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT, 0xffbe + 5)); // F6: hotkey 6
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QCOMPARE(prompt.shown, QStringList{HotkeyPlan::startUpConflictText(6)});
+    for (int n = 1; n <= HotkeyPlan::Count; ++n)
+        QCOMPARE(main.sys()->hotkeys().isRegistered(n), n != 6);
+}
+
+void TestHotkeysX11::activeWindowToClipboard()
+{
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    TagMain main(dir.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    QWidget window;
+    window.setAutoFillBackground(true);
+    QPalette pal = window.palette();
+    pal.setColor(QPalette::Window, QColor(200, 30, 40));
+    window.setPalette(pal);
+    window.setGeometry(50, 60, 120, 80);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    // No window manager here: we say which window is active, as one would.
+    auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    xcb_connection_t *conn = x11->connection();
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(conn)).data->root;
+    xcb_intern_atom_reply_t *atom =
+        xcb_intern_atom_reply(conn, xcb_intern_atom(conn, 0, 18, "_NET_ACTIVE_WINDOW"), nullptr);
+    QVERIFY(atom);
+    const xcb_atom_t active = atom->atom;
+    free(atom);
+    const auto id = xcb_window_t(window.windowHandle()->winId());
+    xcb_change_property(conn, XCB_PROP_MODE_REPLACE, root, active, XCB_ATOM_WINDOW, 32, 1, &id);
+    xcb_flush(conn);
+    QGuiApplication::clipboard()->clear();
+    main.sys()->runAction(HotkeyPlan::WindowCopy);
+    const QImage image = QGuiApplication::clipboard()->image();
+    QCOMPARE(image.size(), window.size() * window.devicePixelRatio());
+    QCOMPARE(image.pixelColor(image.width() / 2, image.height() / 2), QColor(200, 30, 40));
+    xcb_delete_property(conn, root, active);
+    xcb_flush(conn);
+}
+
+QTEST_MAIN(TestHotkeysX11)
+#include "tst_hotkeysx11.moc"
