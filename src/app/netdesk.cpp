@@ -20,6 +20,8 @@
 #include "userselct2.h"
 #include "userselect.h"
 
+#include <QDebug>
+
 namespace {
 void bringUp(QWidget *w)
 {
@@ -58,6 +60,7 @@ NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Pr
 
 NetDesk::~NetDesk()
 {
+    m_sealedWaiting.clear();
     delete m_groupList;
     delete m_setup;
     delete m_info;
@@ -198,13 +201,29 @@ void NetDesk::raiseStoredSealed()
 
 void NetDesk::raiseSealed(int k)
 {
+    std::erase_if(m_sealed, [](const auto &entry) { return entry.second.isNull(); });
+    if (!m_sealed.contains(k) && int(m_sealed.size()) >= MaxSealedForms) {
+        if (!m_sealedWaiting.contains(k))
+            m_sealedWaiting.append(k);
+        return;
+    }
     QPointer<QWidget> &slot = m_sealed[k];
     if (!slot) {
         const auto tag = m_store.readTag(k);
-        if (!tag)
+        if (!tag) {
+            m_sealed.erase(k);
             return;
+        }
         auto *form = new SealedForm(*m_tags, k, *tag);
         form->setAttribute(Qt::WA_DeleteOnClose);
+        // A closed form makes room for the next sealed tag that waits.
+        connect(form, &QObject::destroyed, this, [this] {
+            if (!m_sealedWaiting.isEmpty())
+                QMetaObject::invokeMethod(this, [this] {
+                    if (!m_sealedWaiting.isEmpty())
+                        raiseSealed(m_sealedWaiting.takeFirst());
+                }, Qt::QueuedConnection);
+        });
         slot = form;
     }
     bringUp(slot);
@@ -223,7 +242,14 @@ void NetDesk::showReceipt(const QString &line)
 
 void NetDesk::showResult(const ResultLines &lines)
 {
+    m_results.removeAll(QPointer<QWidget>());
+    if (m_results.size() >= MaxResultForms) {
+        qWarning().noquote() << "Pinboard: a confirmation was dropped;" << MaxResultForms
+                             << "are on screen";
+        return;
+    }
     auto *form = new ResultForm(lines);
+    m_results.append(form);
     form->setAttribute(Qt::WA_DeleteOnClose);
     bringUp(form);
 }

@@ -34,6 +34,10 @@ public:
     ~NetDesk() override;
 
     static QString notConfiguredText();
+    // Windows the LAN may open at once; more wait (sealed tags) or are dropped
+    // (confirmations), so no peer can bury the desktop.
+    static constexpr int MaxSealedForms = 20;
+    static constexpr int MaxResultForms = 10;
 
     // 0.0.0.0 in the program; tests put it on one loopback address.
     void setBindAddress(const QHostAddress &address) { m_bind = address; }
@@ -115,4 +119,7 @@ private:
     QPointer<QWidget> m_partnerSelect;
     QPointer<QWidget> m_chatRequest;
     std::map<int, QPointer<QWidget>> m_sealed;
+    // Sealed tags beyond MaxSealedForms wait here for a form to close.
+    QList<int> m_sealedWaiting;
+    QList<QPointer<QWidget>> m_results;
 };

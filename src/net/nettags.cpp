@@ -31,6 +31,7 @@ NetTags::NetTags(NetEndpoint &endpoint, const TagStore &store, const Settings &s
 {
     m_endpoint.setTagReceiver(this);
     m_endpoint.setConfirmationReceiver(this);
+    m_monotonic.start();
 }
 
 NetTags::~NetTags()
@@ -60,6 +61,11 @@ QString NetTags::answerAddress(const Net::TagDatagram &record, quint32 from) con
 
 void NetTags::receiveTag(const Net::TagDatagram &record, quint32 from)
 {
+    if (!m_tagGate.admit(from, m_monotonic.elapsed())) {
+        qWarning().noquote() << "Pinboard: too many tags from" << NetLog::AddrToText(from).trimmed()
+                             << "this minute; dropped unanswered";
+        return;
+    }
     QString error;
     const auto k =
         ReceiveTag(m_store, record, senderName(record, from), answerAddress(record, from), &error);
@@ -83,11 +89,18 @@ void NetTags::tagReceipt(const Net::Message &answer, quint32)
         return;
     const QString line = answer.text + QStringLiteral(" Received");
     m_receipts.append(line);
+    if (m_receipts.size() > MaxReceipts)
+        m_receipts.removeFirst();
     Q_EMIT receiptAdded(line);
 }
 
-void NetTags::confirmation(const Net::Message &message, quint32)
+void NetTags::confirmation(const Net::Message &message, quint32 from)
 {
+    if (!m_confirmationGate.admit(from, m_monotonic.elapsed())) {
+        qWarning().noquote() << "Pinboard: too many confirmations from"
+                             << NetLog::AddrToText(from).trimmed() << "this minute; dropped";
+        return;
+    }
     Q_EMIT confirmationArrived(resultLines(message));
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "floodgate.h"
 #include "netendpoint.h"
 #include "tagrecord.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QStringList>
 #include <optional>
@@ -50,6 +52,8 @@ public:
     void tagReceipt(const Net::Message &answer, quint32 from) override;
     void confirmation(const Net::Message &message, quint32 from) override;
 
+    // RcvResult keeps no more lines than this; the oldest go first.
+    static constexpr int MaxReceipts = 1000;
     // RcvResult's lines: "<name> Received", oldest first.
     const QStringList &receipts() const { return m_receipts; }
     void clearReceipts() { m_receipts.clear(); }
@@ -84,4 +88,7 @@ private:
     const Settings &m_settings;
     Prompt &m_prompt;
     QStringList m_receipts;
+    FloodGate m_tagGate;
+    FloodGate m_confirmationGate;
+    QElapsedTimer m_monotonic;
 };

@@ -1,5 +1,7 @@
 #include "rcvresult.h"
 
+#include "nettags.h"
+
 #include <QListWidget>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -22,6 +24,8 @@ RcvResult::RcvResult(QWidget *parent) : QWidget(parent, Qt::Window)
 void RcvResult::addLine(const QString &line)
 {
     m_lines->addItem(line);
+    while (m_lines->count() > NetTags::MaxReceipts)
+        delete m_lines->takeItem(0);
     m_lines->scrollToBottom();
 }
 
