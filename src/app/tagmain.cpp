@@ -12,12 +12,14 @@
 #include "runlocation.h"
 #include "scheduler.h"
 #include "singleinstance.h"
+#include "sleepwatcher.h"
 #include "soundselect.h"
 #include "tagactions.h"
 #include "tagpopupmenu.h"
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "trayattach.h"
+#include "zonewatcher.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -74,7 +76,7 @@ bool TagMain::end(const QString &message)
         m_trayAttach->stop();
     if (m_tray)
         m_tray->hide();
-    m_scheduler.stop();
+    m_schedulerTimer.stop();
     m_instance.reset();
     return false;
 }
@@ -113,9 +115,20 @@ bool TagMain::start()
 
     // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
     m_clockWatcher = std::make_unique<ClockChangeWatcher>();
-    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, &m_scheduler, [this] {
-        if (m_scheduler.isActive())
-            m_scheduler.clockChanged();
+    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, this, [this] {
+        if (m_scheduler && m_schedulerTimer.isActive())
+            m_scheduler->reevaluateSoon();
+    });
+    // The timer stands still while the machine sleeps; a new zone moves every moment.
+    m_sleepWatcher = std::make_unique<SleepWatcher>();
+    connect(m_sleepWatcher.get(), &SleepWatcher::resumed, this, [this] {
+        if (m_scheduler)
+            m_scheduler->reevaluateAll();
+    });
+    m_zoneWatcher = std::make_unique<ZoneWatcher>();
+    connect(m_zoneWatcher.get(), &ZoneWatcher::zoneChanged, this, [this] {
+        if (m_scheduler)
+            m_scheduler->reevaluateAll();
     });
 
     // 8. Tray icon; its retries run on their own while start-up goes on.
@@ -160,13 +173,13 @@ bool TagMain::start()
     connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
     connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
     m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
-    m_tagScheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_scheduler);
-    m_editors = std::make_unique<EditorHost>(*m_store, m_prompt, m_clock, *m_tagScheduler, *m_display, *m_mail);
+    m_scheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_schedulerTimer);
+    m_editors = std::make_unique<EditorHost>(*m_store, m_prompt, m_clock, *m_scheduler, *m_display, *m_mail);
     m_editors->setTrayRestorer([this] {
         if (m_tray)
             m_tray->show();
     });
-    m_tagScheduler->loadAll();
+    m_scheduler->loadAll();
     m_running = true;
     return true;
 }
@@ -198,12 +211,6 @@ void TagMain::setUpTray()
         m_prompt);
     connect(m_trayAttach.get(), &TrayAttach::givenUp, this, &TagMain::quitRequested);
     m_trayAttach->start();
-}
-
-void TagMain::SchedulerTick()
-{
-    if (m_tagScheduler)
-        m_tagScheduler->SchedulerTick();
 }
 
 QMenu *TagMain::trayMenu() const
@@ -286,7 +293,7 @@ void TagMain::setUpMenus()
     on("mnu_Retry_Net", [this] { m_net->retry(); });
     on("mnu_ShowNetWork", [this] { m_net->showNetwork(); });
     on("mnu_NetSet", [this] { m_net->openNetSetup(); });
-    on("mnu_Redisp", [this] { m_tagScheduler->redisplay(); });
+    on("mnu_Redisp", [this] { m_scheduler->redisplay(); });
     on("mnuStop", [this] { togglePause(); });
     on("mnu_LeftTop", [this] { m_display->arrange(Corner::TopLeft); });
     on("mnu_LeftUnder", [this] { m_display->arrange(Corner::BottomLeft); });
@@ -322,7 +329,7 @@ bool TagMain::changeSetting(const std::function<void(EnvRecord &)> &change)
 void TagMain::togglePause()
 {
     m_paused = !m_paused;
-    m_tagScheduler->setPaused(m_paused);
+    m_scheduler->setPaused(m_paused);
     m_mainMenu->action(QStringLiteral("mnuStop"))->setText(m_paused ? QStringLiteral("再開") : QStringLiteral("一時停止"));
     if (m_tray)
         m_tray->setToolTip(m_paused ? TrayMessages::pausedTip() : trayTip());
@@ -380,7 +387,7 @@ void TagMain::onTagMenu(int k, int entry)
         m_editors->openEditor(k);
         break;
     case TagPopupMenu::Close:
-        m_tagScheduler->hideTag(k);
+        m_scheduler->hideTag(k);
         break;
     case TagPopupMenu::Delete:
         tag->setStateMark(TagRecord::InTrash);
@@ -395,7 +402,7 @@ void TagMain::onTagMenu(int k, int entry)
             const QSize size = TagActions::fitToText(*w);
             tag->setLong(Tag::Width, size.width());
             tag->setLong(Tag::Height, size.height());
-            m_store->writeTag(k, *tag);
+            (void)m_store->writeTag(k, *tag); // a size that cannot be stored is lost for now
         }
         break;
     case TagPopupMenu::Default: {
@@ -425,8 +432,10 @@ void TagMain::shutdown()
     if (m_display)
         m_display->closeAll();
     // 3. Timers.
-    m_scheduler.stop();
+    m_schedulerTimer.stop();
     m_clockWatcher.reset();
+    m_sleepWatcher.reset();
+    m_zoneWatcher.reset();
     // 4. The others hear that we leave.
     if (m_net)
         m_net->logoutAndStop();
@@ -435,7 +444,7 @@ void TagMain::shutdown()
     if (m_display)
         m_display->sound().stopMidi();
     m_editors.reset();
-    m_tagScheduler.reset();
+    m_scheduler.reset();
     m_display.reset();
     m_dialogLift.reset();
     m_mail.reset();

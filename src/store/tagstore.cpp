@@ -40,9 +40,18 @@ int TagStore::tagCount() const
     return env ? env->tagCount() : -1;
 }
 
-std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
+namespace {
+constexpr int TagHead = TagRecord::FixedSize + 2;
+
+qint64 messageLength(const QByteArray &head)
 {
-    const auto bytes = m_file.read(k + 1, TagRecord::SlotSize, error);
+    return quint16(LE::int16(head, TagRecord::FixedSize));
+}
+} // namespace
+
+std::optional<TagRecord> TagStore::parseTag(int k, const std::optional<QByteArray> &bytes,
+                                            QString *error) const
+{
     if (!bytes)
         return std::nullopt;
     QString why;
@@ -54,6 +63,21 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
                      .arg(k + 1)
                      .arg(why);
     return tag;
+}
+
+std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
+{
+    return parseTag(k, m_file.readSized(k + 1, TagHead, messageLength, error), error);
+}
+
+void TagStore::readTags(int count, const EachTag &each) const
+{
+    m_file.readSizedEach(2, count + 1, TagHead, messageLength,
+                         [&](int r, const std::optional<QByteArray> &bytes, const QString &why) {
+                             QString error = why;
+                             const auto tag = parseTag(r - 1, bytes, &error);
+                             each(r - 1, tag ? &*tag : nullptr, error);
+                         });
 }
 
 QString TagStore::storedTagNumber(int k) const
