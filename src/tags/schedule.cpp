@@ -294,6 +294,34 @@ ScheduleAnswer EvaluateSchedule(const TagSchedule &tag, const QDateTime &now)
     return EvaluateSchedule(tag, LocalCalendar(now, zone));
 }
 
+qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &a, const LocalCalendar &now)
+{
+    const qint64 midnight = now.secondsUntil(now.today().addDays(1), 0);
+    switch (a.result) {
+    case ScheduleResult::Damaged: return -1;
+    case ScheduleResult::Expired: return midnight;
+    case ScheduleResult::NotNow:
+        if (a.seconds == Nothing)
+            return midnight;
+        return tag.kind == TagSchedule::Weekly ? qMin<qint64>(a.seconds, midnight) : a.seconds;
+    case ScheduleResult::Due: break;
+    }
+    if (tag.kind == TagSchedule::ShowNow)
+        return -1;
+    qint64 next = a.seconds;
+    // Reached and not yet late: it turns late when its moment is 60 s past.
+    const bool dated = tag.kind == TagSchedule::OnDate;
+    const bool lateRule = dated ? tag.openFile && tag.erase.date() <= QDate(1900, 1, 1)
+                                : (tag.openFile || tag.mail) && !parseEraseTime(tag.eraseTime);
+    if (lateRule) {
+        const QDate date = dated ? tag.display.date() : now.today();
+        const qint64 late = now.secondsUntil(date, secondOfDay(tag.display.time())) - LateLimit + 1;
+        if (late > 0)
+            next = qMin(next, late);
+    }
+    return next;
+}
+
 QString damagedDataText()
 {
     return QStringLiteral(

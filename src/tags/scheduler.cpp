@@ -44,22 +44,16 @@ void Scheduler::unindex(int k)
     e.moment = NoMoment;
 }
 
-// The moment the tag's answer next changes. Without a moment to wait for
-// (nothing within a year, a missed action, no matching week, expired) the answer
-// can only change with the date, so the tag is looked at again at midnight.
 void Scheduler::index(int k, const ScheduleAnswer &a, const LocalCalendar &now)
 {
     unindex(k);
     Entry &e = m_entries[k];
     if (e.state != Shown && e.state != Waiting)
         return;
-    qint64 seconds = a.seconds;
-    if (a.result == ScheduleResult::Expired ||
-        (a.result == ScheduleResult::NotNow && a.seconds == -1))
-        seconds = now.secondsUntil(now.today().addDays(1), 0);
-    else if (a.result == ScheduleResult::Due && a.seconds < 1)
+    const qint64 seconds = secondsToNextChange(e.schedule, a, now);
+    if (seconds < 0)
         return; // shown until someone takes it down
-    e.moment = now.now() + seconds;
+    e.moment = now.now() + qMax<qint64>(seconds, 1);
     m_next.insert({e.moment, k});
 }
 
@@ -185,13 +179,15 @@ void Scheduler::SchedulerTick()
         reevaluateAll();
         return;
     }
-    const LocalCalendar now(m_clock.now(), m_zone);
-    // Nothing is looked at before its second: a timer that woke early waits on.
-    if (m_next.empty() || m_next.begin()->first > now.now()) {
+    const QDateTime clockNow = m_clock.now();
+    // Nothing is looked at before the second it waits for: a timer that woke a
+    // little early waits on for the rest.
+    if (clockNow.toMSecsSinceEpoch() < m_wakeAt) {
         rearm();
         return;
     }
-    std::vector<int> due; // a tag due within the second comes with them
+    const LocalCalendar now(clockNow, m_zone);
+    std::vector<int> due; // with the due threshold: a moment a second ahead counts as come
     for (auto it = m_next.begin(); it != m_next.end() && it->first <= now.now() + 1; ++it)
         due.push_back(it->second);
     for (int k : due) {
@@ -285,6 +281,15 @@ void Scheduler::tagChanged(int k)
 void Scheduler::hideTag(int k)
 {
     m_display.takeDown(k);
+    // Down before its moment has passed: the next tick lets it wait for its next
+    // occurrence, which would otherwise find it still counted as shown.
+    if (k < int(m_entries.size()) && m_entries[k].moment != NoMoment) {
+        const qint64 now = LocalCalendar(m_clock.now(), m_zone).now();
+        unindex(k);
+        m_entries[k].moment = now;
+        m_next.insert({now, k});
+        wakeInTime();
+    }
 }
 
 void Scheduler::dropTag(int k)
