@@ -128,7 +128,7 @@ bool TagMain::start()
     m_zoneWatcher = std::make_unique<ZoneWatcher>();
     connect(m_zoneWatcher.get(), &ZoneWatcher::zoneChanged, this, [this] {
         if (m_scheduler)
-            m_scheduler->reevaluateAll();
+            m_scheduler->zoneChanged();
     });
 
     // 8. Tray icon; its retries run on their own while start-up goes on.
@@ -174,6 +174,7 @@ bool TagMain::start()
     connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
     m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
     m_scheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_schedulerTimer);
+    m_scheduler->useSettings(m_settings->env());
     m_editors = std::make_unique<EditorHost>(*m_store, m_prompt, m_clock, *m_scheduler, *m_display, *m_mail);
     m_editors->setTrayRestorer([this] {
         if (m_tray)

@@ -42,12 +42,16 @@ std::optional<QByteArray> readOpen(QFile &file, qint64 offset, qint64 slot, int 
 {
     if (!file.seek(offset))
         return std::nullopt;
-    QByteArray bytes = file.read(qMin<qint64>(headBytes, slot));
+    // The head and a short rest in one read; a longer rest in a second one.
+    constexpr qint64 Ahead = 1024;
+    QByteArray bytes = file.read(qMin<qint64>(headBytes + Ahead, slot));
     if (bytes.size() < headBytes)
         return bytes;
-    const qint64 rest = qBound<qint64>(0, restOf(bytes), slot - headBytes);
-    if (rest > 0)
-        bytes += file.read(rest);
+    const qint64 total = headBytes + qBound<qint64>(0, restOf(bytes.first(headBytes)), slot - headBytes);
+    if (bytes.size() > total)
+        bytes.truncate(total);
+    else if (bytes.size() == headBytes + Ahead && total > bytes.size())
+        bytes += file.read(total - bytes.size());
     return bytes;
 }
 } // namespace
@@ -56,7 +60,7 @@ std::optional<QByteArray> DataFile::readSized(int recordNo, int headBytes, const
                                               QString *error) const
 {
     std::optional<QByteArray> out;
-    readSizedEach(recordNo, recordNo, headBytes, restOf,
+    readSizedEach({recordNo}, headBytes, restOf,
                   [&](int, const std::optional<QByteArray> &bytes, const QString &why) {
                       out = bytes;
                       if (!bytes && error)
@@ -65,20 +69,21 @@ std::optional<QByteArray> DataFile::readSized(int recordNo, int headBytes, const
     return out;
 }
 
-void DataFile::readSizedEach(int first, int last, int headBytes, const RestOf &restOf,
+void DataFile::readSizedEach(const std::vector<int> &records, int headBytes, const RestOf &restOf,
                              const Each &each) const
 {
-    if (first > last)
+    if (records.empty())
         return;
     QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // Unbuffered: a buffer would fill itself with the unused rest of each slot.
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         const QString why = QStringLiteral("%1: %2").arg(m_path, file.errorString());
-        for (int r = first; r <= last; ++r)
+        for (int r : records)
             each(r, std::nullopt, why);
         return;
     }
     const qint64 size = file.size();
-    for (int r = first; r <= last; ++r) {
+    for (int r : records) {
         const qint64 offset = offsetOf(r);
         if (r < 1 || offset >= size) {
             each(r, std::nullopt,

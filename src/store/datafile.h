@@ -4,6 +4,7 @@
 #include <QString>
 #include <functional>
 #include <optional>
+#include <vector>
 
 // Random access to a file of fixed-size record slots. Every call opens the file,
 // reads or writes one record and closes it again: no handle outlives a call.
@@ -28,10 +29,10 @@ public:
     using RestOf = std::function<qint64(const QByteArray &head)>;
     std::optional<QByteArray> readSized(int recordNo, int headBytes, const RestOf &restOf,
                                         QString *error = nullptr) const;
-    // readSized for records first ... last in order, with one open of the file.
+    // readSized for each of the records in the order given, with one open of the file.
     using Each = std::function<void(int recordNo, const std::optional<QByteArray> &bytes,
                                     const QString &error)>;
-    void readSizedEach(int first, int last, int headBytes, const RestOf &restOf,
+    void readSizedEach(const std::vector<int> &records, int headBytes, const RestOf &restOf,
                        const Each &each) const;
     // Writes bytes at the start of slot recordNo, creating the file if needed;
     // the rest of the slot is left as it is.

@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <numeric>
 
 std::optional<EnvRecord> TagStore::readEnv(QString *error) const
 {
@@ -72,7 +73,16 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
 
 void TagStore::readTags(int count, const EachTag &each) const
 {
-    m_file.readSizedEach(2, count + 1, TagHead, messageLength,
+    std::vector<int> ks(qMax(count, 0));
+    std::iota(ks.begin(), ks.end(), 1);
+    readTags(ks, each);
+}
+
+void TagStore::readTags(const std::vector<int> &ks, const EachTag &each) const
+{
+    std::vector<int> records(ks.size());
+    std::transform(ks.begin(), ks.end(), records.begin(), [](int k) { return k + 1; });
+    m_file.readSizedEach(records, TagHead, messageLength,
                          [&](int r, const std::optional<QByteArray> &bytes, const QString &why) {
                              QString error = why;
                              const auto tag = parseTag(r - 1, bytes, &error);

@@ -30,6 +30,8 @@ public:
     // cannot be read, and error then says why.
     using EachTag = std::function<void(int k, const TagRecord *tag, const QString &error)>;
     void readTags(int count, const EachTag &each) const;
+    // The same for the tags numbered in ks, in that order.
+    void readTags(const std::vector<int> &ks, const EachTag &each) const;
     [[nodiscard]] bool writeTag(int k, const TagRecord &tag, QString *error = nullptr) const;
     // The TagNumber at the head of record k + 1 even when the rest cannot be
     // read, so a damaged tag can be named; "?" where it is not five digits.

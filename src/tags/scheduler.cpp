@@ -57,6 +57,16 @@ void Scheduler::index(int k, const ScheduleAnswer &a, const LocalCalendar &now)
     m_next.insert({e.moment, k});
 }
 
+void Scheduler::reindex(int k, const ScheduleAnswer &a, const LocalCalendar &now)
+{
+    Entry &e = m_entries[k];
+    const qint64 seconds =
+        e.state == Shown || e.state == Waiting ? secondsToNextChange(e.schedule, a, now) : -1;
+    const qint64 moment = seconds < 0 ? NoMoment : now.now() + qMax<qint64>(seconds, 1);
+    if (moment != e.moment) // a full pass mostly finds the moment it had
+        index(k, a, now);
+}
+
 void Scheduler::rearm()
 {
     const qint64 nowMs = m_clock.now().toMSecsSinceEpoch();
@@ -145,7 +155,7 @@ void Scheduler::apply(int k, const ScheduleAnswer &a, const LocalCalendar &now)
     case ScheduleResult::Due:
         if (e.state == Waiting && !m_paused) {
             if (e.schedule.mail) {
-                if (const auto tag = m_store.readTag(k))
+                if (const auto tag = record(k))
                     mailDue(k, *tag);
                 e.state = Shown;
             } else {
@@ -154,7 +164,7 @@ void Scheduler::apply(int k, const ScheduleAnswer &a, const LocalCalendar &now)
         }
         break;
     }
-    index(k, a, now);
+    reindex(k, a, now);
 }
 
 void Scheduler::mailDue(int k, const TagRecord &tag)
@@ -187,22 +197,36 @@ void Scheduler::SchedulerTick()
         return;
     }
     const LocalCalendar now(clockNow, m_zone);
-    std::vector<int> due; // with the due threshold: a moment a second ahead counts as come
+    std::vector<std::pair<int, ScheduleAnswer>> due; // a moment a second ahead counts as come
     for (auto it = m_next.begin(); it != m_next.end() && it->first <= now.now() + 1; ++it)
-        due.push_back(it->second);
-    for (int k : due) {
-        ScheduleAnswer a{};
-        if (evaluate(k, now, &a))
+        due.push_back({it->second, {}});
+    std::vector<int> coming; // tags that go up or out now need their records
+    for (auto &[k, a] : due)
+        if (evaluate(k, now, &a) && a.result == ScheduleResult::Due &&
+            m_entries[k].state == Waiting && !m_paused)
+            coming.push_back(k);
+    if (coming.size() > 1) // read with one open of the file
+        m_store.readTags(coming, [this](int k, const TagRecord *tag, const QString &) {
+            if (tag)
+                m_records.emplace(k, *tag);
+        });
+    for (const auto &[k, a] : due)
+        if (a.result != ScheduleResult::Damaged)
             apply(k, a, now);
-    }
+    m_records.clear();
     rearm();
+}
+
+void Scheduler::zoneChanged()
+{
+    m_zone.forget();
+    reevaluateAll();
 }
 
 void Scheduler::reevaluateAll()
 {
     m_timer.stop();
     m_fullPassDue = false;
-    m_zone.forget();
     const LocalCalendar now(m_clock.now(), m_zone);
     for (int k = 1; k < int(m_entries.size()); ++k) {
         const Entry &e = m_entries[k];
@@ -215,10 +239,16 @@ void Scheduler::reevaluateAll()
     rearm();
 }
 
+std::optional<TagRecord> Scheduler::record(int k, QString *error) const
+{
+    const auto it = m_records.find(k);
+    return it != m_records.end() ? it->second : m_store.readTag(k, error);
+}
+
 void Scheduler::ShowDueTag(int k)
 {
     QString error;
-    const auto tag = m_store.readTag(k, &error);
+    const auto tag = record(k, &error);
     if (!tag) {
         qWarning().noquote() << "Pinboard:" << error;
         return;
@@ -230,8 +260,7 @@ void Scheduler::ShowDueTag(int k)
         return;
     }
     m_display.showTag(k, *tag);
-    const auto env = m_store.readEnv();
-    const Alarm alarm = alarmFor(*tag, env ? *env : EnvRecord());
+    const Alarm alarm = alarmFor(*tag, m_env ? *m_env : m_store.readEnv().value_or(EnvRecord()));
     if (alarm.kind == Alarm::Sound)
         m_display.playSound(alarm.path);
     else if (alarm.kind == Alarm::Beep)

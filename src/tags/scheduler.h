@@ -7,6 +7,7 @@
 #include "tagrecord.h"
 
 #include <QObject>
+#include <map>
 #include <set>
 #include <vector>
 
@@ -66,6 +67,11 @@ public:
     void reevaluateAll();
     // The same at the next tick, in a second (the wall clock was set).
     void reevaluateSoon();
+    // The local zone changed: every wall time means another moment now.
+    void zoneChanged();
+    // The settings to ring alarms by (kept up to date by their owner); without
+    // them record 1 is read for each alarm.
+    void useSettings(const EnvRecord &env) { m_env = &env; }
     // Shows one due tag with its alarm, or opens its file.
     void ShowDueTag(int k);
 
@@ -97,19 +103,24 @@ private:
     void apply(int k, const ScheduleAnswer &a, const LocalCalendar &now);
     bool evaluate(int k, const LocalCalendar &now, ScheduleAnswer *answer);
     void index(int k, const ScheduleAnswer &a, const LocalCalendar &now);
+    void reindex(int k, const ScheduleAnswer &a, const LocalCalendar &now);
     void unindex(int k);
     void rearm();
     void wakeInTime();
     // Sends a due mail tag; a dated one is marked as sent.
     void mailDue(int k, const TagRecord &tag);
     Entry &entry(int k);
+    // Tag k's record: read ahead for this tick, or from the store.
+    std::optional<TagRecord> record(int k, QString *error = nullptr) const;
 
     const TagStore &m_store;
     Clock &m_clock;
     Prompt &m_prompt;
     TagDisplay &m_display;
     SchedulerTimer &m_timer;
+    const EnvRecord *m_env = nullptr;
     ZoneDays m_zone;
+    std::map<int, TagRecord> m_records;      // read ahead for the tags a tick puts up
     std::vector<Entry> m_entries;            // index k; 0 unused
     std::set<std::pair<qint64, int>> m_next; // (moment, k) of every tag that has one
     qint64 m_wakeAt = -1;
