@@ -56,7 +56,7 @@ int childBare(int argc, char *argv[])
     return app.exec();
 }
 
-// Tags laid down in one go (as pinboard-cli load does); all wait for a date next month.
+// Tags laid down in one go (as pinboard-cli load does).
 bool layDown(const QString &dir, int tags)
 {
     EnvRecord env;
@@ -68,7 +68,9 @@ bool layDown(const QString &dir, int tags)
         TagRecord tag;
         tag.setText(Tag::TagNumber, QStringLiteral("%1").arg(i, 5, 10, QLatin1Char('0')));
         tag.setMessage(QStringLiteral("会議の資料を準備する %1").arg(i));
-        tag.setByte(Tag::ScheduleKind, 1 + i % 4);
+        // On a date next month, weekly on no weekday, or monthly two weeks on: none due.
+        static constexpr int Kinds[] = {1, 3, 4};
+        tag.setByte(Tag::ScheduleKind, Kinds[i % 3]);
         tag.setDate(Tag::DisplayDateTime,
                     QDateTime(QDate::currentDate().addDays(30), QTime(9, 0), QTimeZone::utc()));
         tag.setByte(Tag::MonthlyDay, 1 + (QDate::currentDate().day() + 14) % 28);
