@@ -294,17 +294,21 @@ ScheduleAnswer EvaluateSchedule(const TagSchedule &tag, const QDateTime &now)
     return EvaluateSchedule(tag, LocalCalendar(now, zone));
 }
 
-qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &a, const LocalCalendar &now)
+qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &a,
+                           const LocalCalendar &now)
 {
     const qint64 midnight = now.secondsUntil(now.today().addDays(1), 0);
     switch (a.result) {
-    case ScheduleResult::Damaged: return -1;
-    case ScheduleResult::Expired: return midnight;
+    case ScheduleResult::Damaged:
+        return -1;
+    case ScheduleResult::Expired:
+        return midnight;
     case ScheduleResult::NotNow:
         if (a.seconds == Nothing)
             return midnight;
         return tag.kind == TagSchedule::Weekly ? qMin<qint64>(a.seconds, midnight) : a.seconds;
-    case ScheduleResult::Due: break;
+    case ScheduleResult::Due:
+        break;
     }
     if (tag.kind == TagSchedule::ShowNow)
         return -1;

@@ -118,7 +118,8 @@ ScheduleAnswer EvaluateSchedule(const TagSchedule &tag, const QDateTime &now);
 // never does (a tag to show now). Besides the answer's own seconds: a file or mail
 // action becomes late 60 s after its moment, a weekly day is worked out afresh
 // each day, and an answer without a moment can only change with the date.
-qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &answer, const LocalCalendar &now);
+qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &answer,
+                           const LocalCalendar &now);
 
 // What the user is told when a tag's schedule kind is damaged.
 QString damagedDataText();
