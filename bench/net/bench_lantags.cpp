@@ -84,7 +84,8 @@ struct Recipient
     static void prepare(const FileSet &f)
     {
         prepareFileSet(f);
-        TagStore(f.dt1).writeEnv(EnvRecord());
+        if (!TagStore(f.dt1).writeEnv(EnvRecord()))
+            qFatal("cannot write %s", qPrintable(f.dt1));
     }
     FileSet files;
     TagStore store;

@@ -48,13 +48,15 @@ int main(int argc, char *argv[])
     QTemporaryDir dir;
     {
         TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-        store.writeEnv(EnvRecord());
+        if (!store.writeEnv(EnvRecord()))
+            return 1;
         for (int i = 0; i < 50; ++i) {
             TagRecord tag;
             tag.setMessage(QStringLiteral("会議の資料を準備する %1").arg(i));
             tag.setLong(Tag::PosX, 20 + i * 10);
             tag.setLong(Tag::PosY, 20 + i * 8);
-            store.addTag(tag);
+            if (!store.addTag(tag))
+                return 1;
         }
     }
     QList<double> ms;

@@ -136,13 +136,11 @@ void DesktopDisplay::PlayArrivalSound()
 {
     raiseAll();
     startBlink();
-    if (m_env.byte(Env::NetSound) != 1)
-        return;
-    const QString arrival = m_env.text(Env::ArrivalSound);
-    if (arrival.isEmpty())
+    const Alarm alarm = arrivalAlarm(m_env);
+    if (alarm.kind == Alarm::Beep)
         beep();
-    else
-        m_sound.play(arrival, nullptr);
+    else if (alarm.kind == Alarm::Sound)
+        m_sound.play(alarm.path, nullptr);
 }
 
 void DesktopDisplay::arrange(Corner corner)

@@ -15,6 +15,7 @@
 #include "runlocation.h"
 #include "scheduler.h"
 #include "singleinstance.h"
+#include "sleepwatcher.h"
 #include "soundselect.h"
 #include "sysdesk.h"
 #include "tagactions.h"
@@ -22,6 +23,7 @@
 #include "tagstore.h"
 #include "tagwindow.h"
 #include "trayattach.h"
+#include "zonewatcher.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -78,7 +80,7 @@ bool TagMain::end(const QString &message)
         m_trayAttach->stop();
     if (m_tray)
         m_tray->hide();
-    m_scheduler.stop();
+    m_schedulerTimer.stop();
     m_instance.reset();
     return false;
 }
@@ -118,9 +120,20 @@ bool TagMain::start()
 
     // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
     m_clockWatcher = std::make_unique<ClockChangeWatcher>();
-    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, &m_scheduler, [this] {
-        if (m_scheduler.isActive())
-            m_scheduler.clockChanged();
+    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, this, [this] {
+        if (m_scheduler && m_schedulerTimer.isActive())
+            m_scheduler->reevaluateSoon();
+    });
+    // The timer stands still while the machine sleeps; a new zone moves every moment.
+    m_sleepWatcher = std::make_unique<SleepWatcher>();
+    connect(m_sleepWatcher.get(), &SleepWatcher::resumed, this, [this] {
+        if (m_scheduler)
+            m_scheduler->reevaluateAll();
+    });
+    m_zoneWatcher = std::make_unique<ZoneWatcher>();
+    connect(m_zoneWatcher.get(), &ZoneWatcher::zoneChanged, this, [this] {
+        if (m_scheduler)
+            m_scheduler->zoneChanged();
     });
 
     // 8. Tray icon; its retries run on their own while start-up goes on.
@@ -176,24 +189,25 @@ bool TagMain::start()
     connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
     connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
     m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
-    m_tagScheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_scheduler);
-    m_editors = std::make_unique<EditorHost>(*m_store, *m_settings, m_prompt, m_clock, *m_tagScheduler, *m_display, *m_mail);
+    m_scheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_schedulerTimer);
+    m_scheduler->useSettings(m_settings->env());
+    m_editors = std::make_unique<EditorHost>(*m_store, *m_settings, m_prompt, m_clock, *m_scheduler, *m_display, *m_mail);
     m_editors->setTrayRestorer([this] {
         if (m_tray)
             m_tray->show();
     });
-    m_tagScheduler->loadAll();
+    m_scheduler->loadAll();
     // Tags from other computers: shown through the scheduler like any other tag.
     m_net->attach();
     connect(m_net.get(), &NetDesk::tagArrived, this, [this](int k) {
-        m_tagScheduler->tagChanged(k);
+        m_scheduler->tagChanged(k);
         // One not due yet still rings when it arrives; a due one rang as it was shown.
         if (!m_display->isShown(k))
             m_display->PlayArrivalSound();
         m_editors->refreshLists();
     });
     connect(m_net.get(), &NetDesk::sealedOpened, this, [this](int k) {
-        m_tagScheduler->tagChanged(k);
+        m_scheduler->tagChanged(k);
         m_editors->refreshLists();
     });
     connect(m_net.get(), &NetDesk::sealedDiscarded, m_editors.get(), &EditorHost::refreshLists);
@@ -204,7 +218,7 @@ bool TagMain::start()
     // Hotkey 5: the clipboard text as a tag, to the participants chosen in UserSelect.
     if (!m_tagSender)
         m_tagSender = [this](const QString &text) { m_net->chooseAndSendText(text); };
-    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_tagScheduler, *m_mail, m_tagSender);
+    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_scheduler, *m_mail, m_tagSender);
     m_running = true;
     return true;
 }
@@ -247,12 +261,6 @@ void TagMain::setUpTray()
         m_prompt);
     connect(m_trayAttach.get(), &TrayAttach::givenUp, this, &TagMain::quitRequested);
     m_trayAttach->start();
-}
-
-void TagMain::SchedulerTick()
-{
-    if (m_tagScheduler)
-        m_tagScheduler->SchedulerTick();
 }
 
 QMenu *TagMain::trayMenu() const
@@ -338,7 +346,7 @@ void TagMain::setUpMenus()
     on("mnu_Retry_Net", [this] { m_net->retry(); });
     on("mnu_ShowNetWork", [this] { m_net->showNetwork(); });
     on("mnu_NetSet", [this] { m_net->openNetSetup(); });
-    on("mnu_Redisp", [this] { m_tagScheduler->redisplay(); });
+    on("mnu_Redisp", [this] { m_scheduler->redisplay(); });
     on("mnuStop", [this] { togglePause(); });
     on("mnu_LeftTop", [this] { m_display->arrange(Corner::TopLeft); });
     on("mnu_LeftUnder", [this] { m_display->arrange(Corner::BottomLeft); });
@@ -374,7 +382,7 @@ bool TagMain::changeSetting(const std::function<void(EnvRecord &)> &change)
 void TagMain::togglePause()
 {
     m_paused = !m_paused;
-    m_tagScheduler->setPaused(m_paused);
+    m_scheduler->setPaused(m_paused);
     m_mainMenu->action(QStringLiteral("mnuStop"))->setText(m_paused ? QStringLiteral("再開") : QStringLiteral("一時停止"));
     if (m_tray)
         m_tray->setToolTip(m_paused ? TrayMessages::pausedTip() : trayTip());
@@ -435,7 +443,7 @@ void TagMain::onTagMenu(int k, int entry)
         m_net->sendTag(k, w);
         break;
     case TagPopupMenu::Close:
-        m_tagScheduler->hideTag(k);
+        m_scheduler->hideTag(k);
         break;
     case TagPopupMenu::Delete:
         if (m_operations->trash(k))
@@ -479,8 +487,10 @@ void TagMain::shutdown()
     if (m_display)
         m_display->closeAll();
     // 3. Timers.
-    m_scheduler.stop();
+    m_schedulerTimer.stop();
     m_clockWatcher.reset();
+    m_sleepWatcher.reset();
+    m_zoneWatcher.reset();
     // 4. The others hear that we leave.
     if (m_net)
         m_net->logoutAndStop();
@@ -492,7 +502,7 @@ void TagMain::shutdown()
     if (m_display)
         m_display->sound().stopMidi();
     m_editors.reset();
-    m_tagScheduler.reset();
+    m_scheduler.reset();
     m_display.reset();
     m_dialogLift.reset();
     m_mail.reset();

@@ -27,8 +27,10 @@ class Prompt;
 class QMenu;
 class Scheduler;
 class SingleInstance;
+class SleepWatcher;
 class SysDesk;
 class TagOperations;
+class ZoneWatcher;
 class TagPopupMenu;
 class TagStore;
 class TrayAttach;
@@ -56,19 +58,15 @@ public:
     const EnvRecord &env() const { return m_settings->env(); }
     Settings &settings() { return *m_settings; }
     const TagStore &store() const { return *m_store; }
-    SchedulerTimer &scheduler() { return m_scheduler; }
+    SchedulerTimer &schedulerTimer() { return m_schedulerTimer; }
     TrayAttach *trayAttach() const { return m_trayAttach.get(); }
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
     QMenu *trayMenu() const;
     MainMenu *mainMenu() const { return m_mainMenu.get(); }
     TagPopupMenu *tagMenu() const { return m_tagMenu.get(); }
     DesktopDisplay *display() const { return m_display.get(); }
-    Scheduler *tagScheduler() const { return m_tagScheduler.get(); }
+    Scheduler *scheduler() const { return m_scheduler.get(); }
     bool isRunning() const { return m_running; }
-    bool isPaused() const { return m_paused; }
-
-    // The scheduler's tick: looks at the tags and re-arms the timer.
-    void SchedulerTick();
     // A mouse message of the tray icon (0x200 moved over it ... 0x204 right button).
     void trayMessage(int message, bool shift);
     bool isEditorOpen() const;
@@ -121,15 +119,17 @@ private:
     std::unique_ptr<TagStore> m_store;
     std::unique_ptr<Settings> m_settings;
     std::unique_ptr<TagOperations> m_operations;
-    SchedulerTimer m_scheduler;
+    SchedulerTimer m_schedulerTimer;
     std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
+    std::unique_ptr<SleepWatcher> m_sleepWatcher;
+    std::unique_ptr<ZoneWatcher> m_zoneWatcher;
     std::unique_ptr<MainMenu> m_mainMenu;
     std::unique_ptr<TagPopupMenu> m_tagMenu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     std::unique_ptr<TrayAttach> m_trayAttach;
     std::unique_ptr<DialogLift> m_dialogLift;
     std::unique_ptr<DesktopDisplay> m_display;
-    std::unique_ptr<Scheduler> m_tagScheduler;
+    std::unique_ptr<Scheduler> m_scheduler;
     std::unique_ptr<MailDesk> m_mail;
     std::unique_ptr<EditorHost> m_editors;
     std::unique_ptr<NetDesk> m_net;

@@ -5,7 +5,6 @@
 #include "durable.h"
 #include "fileset.h"
 #include "oledate.h"
-#include "prompt.h"
 #include "recordjson.h"
 #include "schedule.h"
 #include "singleinstance.h"
@@ -324,18 +323,17 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
             continue;
         found = true;
         const TagSchedule schedule = TagSchedule::fromRecord(*tag);
-        ConsolePrompt prompt;
-        const auto answer = EvaluateSchedule(schedule, now, prompt);
+        const ScheduleAnswer answer = EvaluateSchedule(schedule, now);
         QString line = tag->tagNumber() + u'\t';
-        if (answer) {
-            const bool shown = answer->result == ScheduleResult::Due;
-            line += QStringLiteral("%1\t%2\t").arg(int(answer->result)).arg(answer->seconds);
+        if (answer.result != ScheduleResult::Damaged) {
+            const bool shown = answer.result == ScheduleResult::Due;
+            line += QStringLiteral("%1\t%2\t").arg(int(answer.result)).arg(answer.seconds);
             line += describeSchedule(schedule, shown, tag->byte(Tag::MailSent) == 1)
                         .replace(u'\n', u' ');
         } else {
             line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);
             err.write(QStringLiteral("pinboard-cli: tag %1: %2\n")
-                          .arg(tag->tagNumber(), prompt.texts().join(u' '))
+                          .arg(tag->tagNumber(), damagedDataText())
                           .toUtf8());
         }
         out.write((line + u'\n').toUtf8());

@@ -2,6 +2,7 @@
 
 #include <QStringDecoder>
 #include <QStringEncoder>
+#include <optional>
 
 namespace Cp932 {
 
@@ -65,7 +66,7 @@ QString decode(QByteArrayView bytes)
 {
     QString text;
     text.reserve(bytes.size());
-    QStringDecoder decoder(Name);
+    std::optional<QStringDecoder> decoder; // made only for a text that needs it: opening one is slow
     for (qsizetype i = 0; i < bytes.size();) {
         // A run of whole characters of one kind: single-byte ASCII, or anything else
         // (a double-byte pair may have an ASCII-range trail byte, so pairs stay together).
@@ -81,7 +82,9 @@ QString decode(QByteArrayView bytes)
         if (ascii) {
             text += QLatin1String(run);
         } else {
-            text += decoder.decode(run);
+            if (!decoder)
+                decoder.emplace(Name);
+            text += decoder->decode(run);
             if (cutOff)
                 text += QChar::ReplacementCharacter;
         }

@@ -36,6 +36,68 @@ std::optional<QByteArray> DataFile::read(int recordNo, int maxBytes, QString *er
     return file.read(qMin<qint64>(maxBytes, m_slotSize));
 }
 
+namespace {
+std::optional<QByteArray> readOpen(QFile &file, qint64 offset, qint64 slot, int headBytes,
+                                   const DataFile::RestOf &restOf)
+{
+    if (!file.seek(offset))
+        return std::nullopt;
+    // The head and a short rest in one read; a longer rest in a second one.
+    constexpr qint64 Ahead = 1024;
+    QByteArray bytes = file.read(qMin<qint64>(headBytes + Ahead, slot));
+    if (bytes.size() < headBytes)
+        return bytes;
+    const qint64 total = headBytes + qBound<qint64>(0, restOf(bytes.first(headBytes)), slot - headBytes);
+    if (bytes.size() > total)
+        bytes.truncate(total);
+    else if (bytes.size() == headBytes + Ahead && total > bytes.size())
+        bytes += file.read(total - bytes.size());
+    return bytes;
+}
+} // namespace
+
+std::optional<QByteArray> DataFile::readSized(int recordNo, int headBytes, const RestOf &restOf,
+                                              QString *error) const
+{
+    std::optional<QByteArray> out;
+    readSizedEach({recordNo}, headBytes, restOf,
+                  [&](int, const std::optional<QByteArray> &bytes, const QString &why) {
+                      out = bytes;
+                      if (!bytes && error)
+                          *error = why;
+                  });
+    return out;
+}
+
+void DataFile::readSizedEach(const std::vector<int> &records, int headBytes, const RestOf &restOf,
+                             const Each &each) const
+{
+    if (records.empty())
+        return;
+    QFile file(m_path);
+    // Unbuffered: a buffer would fill itself with the unused rest of each slot.
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        const QString why = QStringLiteral("%1: %2").arg(m_path, file.errorString());
+        for (int r : records)
+            each(r, std::nullopt, why);
+        return;
+    }
+    const qint64 size = file.size();
+    for (int r : records) {
+        const qint64 offset = offsetOf(r);
+        if (r < 1 || offset >= size) {
+            each(r, std::nullopt,
+                 QStringLiteral("%1: record %2 lies past the end of the file (%3 bytes)")
+                     .arg(m_path)
+                     .arg(r)
+                     .arg(size));
+            continue;
+        }
+        auto bytes = readOpen(file, offset, m_slotSize, headBytes, restOf);
+        each(r, bytes, bytes ? QString() : QStringLiteral("%1: %2").arg(m_path, file.errorString()));
+    }
+}
+
 bool DataFile::write(int recordNo, const QByteArray &bytes, QString *error) const
 {
     if (recordNo < 1 || bytes.size() > m_slotSize) {

@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <numeric>
 
 std::optional<EnvRecord> TagStore::readEnv(QString *error) const
 {
@@ -40,9 +41,18 @@ int TagStore::tagCount() const
     return env ? env->tagCount() : -1;
 }
 
-std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
+namespace {
+constexpr int TagHead = TagRecord::FixedSize + 2;
+
+qint64 messageLength(const QByteArray &head)
 {
-    const auto bytes = m_file.read(k + 1, TagRecord::SlotSize, error);
+    return quint16(LE::int16(head, TagRecord::FixedSize));
+}
+} // namespace
+
+std::optional<TagRecord> TagStore::parseTag(int k, const std::optional<QByteArray> &bytes,
+                                            QString *error) const
+{
     if (!bytes)
         return std::nullopt;
     QString why;
@@ -54,6 +64,30 @@ std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
                      .arg(k + 1)
                      .arg(why);
     return tag;
+}
+
+std::optional<TagRecord> TagStore::readTag(int k, QString *error) const
+{
+    return parseTag(k, m_file.readSized(k + 1, TagHead, messageLength, error), error);
+}
+
+void TagStore::readTags(int count, const EachTag &each) const
+{
+    std::vector<int> ks(qMax(count, 0));
+    std::iota(ks.begin(), ks.end(), 1);
+    readTags(ks, each);
+}
+
+void TagStore::readTags(const std::vector<int> &ks, const EachTag &each) const
+{
+    std::vector<int> records(ks.size());
+    std::transform(ks.begin(), ks.end(), records.begin(), [](int k) { return k + 1; });
+    m_file.readSizedEach(records, TagHead, messageLength,
+                         [&](int r, const std::optional<QByteArray> &bytes, const QString &why) {
+                             QString error = why;
+                             const auto tag = parseTag(r - 1, bytes, &error);
+                             each(r - 1, tag ? &*tag : nullptr, error);
+                         });
 }
 
 QString TagStore::storedTagNumber(int k) const

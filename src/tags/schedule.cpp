@@ -1,6 +1,5 @@
 #include "schedule.h"
 
-#include "prompt.h"
 #include "tagrecord.h"
 
 #include <QStringList>
@@ -11,6 +10,8 @@ namespace {
 constexpr qint32 Nothing = -1;
 constexpr qint64 DueThreshold = 2; // closer than this counts as reached
 constexpr qint64 LateLimit = -59;  // a file or mail action later than this is skipped
+constexpr qint64 SecondsPerDay = 86400;
+constexpr qint64 EpochJulianDay = 2440588; // 1970/01/01
 
 qint32 clamp(qint64 seconds)
 {
@@ -18,23 +19,48 @@ qint32 clamp(qint64 seconds)
                          qint64(std::numeric_limits<qint32>::max())));
 }
 
-std::optional<QTime> parseEraseTime(const QString &text)
+qint64 floorDiv(qint64 a, qint64 b)
 {
-    for (const char *form : {"hh:mm", "h:mm", "hh:mm:ss"}) {
-        const QTime t = QTime::fromString(text, QLatin1String(form));
-        if (t.isValid())
-            return t;
-    }
-    return std::nullopt;
+    return a / b - (a % b != 0 && (a < 0) != (b < 0));
 }
 
-qint32 untilNextMidnight(const QDateTime &now)
+int digit(QChar c)
 {
-    return clamp(secondsUntil(now, now.date().addDays(1), QTime(0, 0)));
+    return c >= u'0' && c <= u'9' ? c.unicode() - u'0' : -1;
+}
+
+// "hh:nn", "h:nn" or "hh:nn:ss" as seconds of the day; read by hand, since every
+// pass reads the erase time of every recurring tag.
+std::optional<int> parseEraseTime(const QString &text)
+{
+    const qsizetype n = text.size();
+    const qsizetype colon = text.indexOf(u':');
+    if (colon < 1 || colon > 2 || (n != colon + 3 && !(colon == 2 && n == 8 && text[5] == u':')))
+        return std::nullopt;
+    auto two = [&](qsizetype at) {
+        const int a = digit(text[at]), b = digit(text[at + 1]);
+        return a < 0 || b < 0 ? -1 : a * 10 + b;
+    };
+    const int h = colon == 1 ? digit(text[0]) : two(0);
+    const int m = two(colon + 1);
+    const int s = n == 8 ? two(6) : 0;
+    if (h < 0 || h > 23 || m < 0 || m > 59 || s < 0 || s > 59)
+        return std::nullopt;
+    return h * 3600 + m * 60 + s;
+}
+
+int secondOfDay(const QTime &t)
+{
+    return t.msecsSinceStartOfDay() / 1000;
+}
+
+qint32 untilNextMidnight(const LocalCalendar &now)
+{
+    return clamp(now.secondsUntil(now.today().addDays(1), 0));
 }
 
 // Once the display moment of a recurring tag has come (seconds < 2).
-ScheduleAnswer dueTail(const TagSchedule &tag, const QDateTime &now, qint64 seconds)
+ScheduleAnswer dueTail(const TagSchedule &tag, const LocalCalendar &now, qint64 seconds)
 {
     const auto erase = parseEraseTime(tag.eraseTime);
     if (!erase) {
@@ -42,30 +68,34 @@ ScheduleAnswer dueTail(const TagSchedule &tag, const QDateTime &now, qint64 seco
             return {ScheduleResult::NotNow, Nothing};
         return {ScheduleResult::Due, untilNextMidnight(now)};
     }
-    const qint64 toErase = secondsUntil(now, now.date(), *erase);
-    return {toErase >= DueThreshold ? ScheduleResult::Due : ScheduleResult::Expired, clamp(toErase)};
+    const qint64 toErase = now.secondsUntil(now.today(), *erase);
+    return {toErase >= DueThreshold ? ScheduleResult::Due : ScheduleResult::Expired,
+            clamp(toErase)};
 }
 
-ScheduleAnswer onDate(const TagSchedule &tag, const QDateTime &now)
+ScheduleAnswer onDate(const TagSchedule &tag, const LocalCalendar &now)
 {
-    if (now.date().daysTo(tag.display.date()) > 365)
+    const QDate date = tag.display.date();
+    if (now.today().daysTo(date) > 365)
         return {ScheduleResult::NotNow, Nothing};
-    const qint64 seconds = secondsUntil(now, tag.display.date(), tag.display.time());
+    const qint64 seconds = now.secondsUntil(date, secondOfDay(tag.display.time()));
     if (seconds >= DueThreshold)
         return {ScheduleResult::NotNow, clamp(seconds)};
-    if (tag.erase.date() <= QDate(1900, 1, 1)) {
+    const QDate eraseDate = tag.erase.date();
+    if (eraseDate <= QDate(1900, 1, 1)) {
         // Only a file to open is skipped for lateness here; a mail still goes out.
         if (tag.openFile && seconds < LateLimit)
             return {ScheduleResult::NotNow, Nothing};
         return {ScheduleResult::Due, untilNextMidnight(now)};
     }
-    const qint64 toErase = secondsUntil(now, tag.erase.date(), tag.erase.time());
-    return {toErase >= DueThreshold ? ScheduleResult::Due : ScheduleResult::Expired, clamp(toErase)};
+    const qint64 toErase = now.secondsUntil(eraseDate, secondOfDay(tag.erase.time()));
+    return {toErase >= DueThreshold ? ScheduleResult::Due : ScheduleResult::Expired,
+            clamp(toErase)};
 }
 
-ScheduleAnswer daily(const TagSchedule &tag, const QDateTime &now)
+ScheduleAnswer daily(const TagSchedule &tag, const LocalCalendar &now)
 {
-    const qint64 seconds = secondsUntil(now, now.date(), tag.display.time());
+    const qint64 seconds = now.secondsUntil(now.today(), secondOfDay(tag.display.time()));
     if (seconds >= DueThreshold)
         return {ScheduleResult::NotNow, clamp(seconds)};
     return dueTail(tag, now, seconds);
@@ -76,10 +106,11 @@ int weekOfMonth(int day)
     return (day - 1) / 7 + 1;
 }
 
-ScheduleAnswer weekly(const TagSchedule &tag, const QDateTime &now)
+ScheduleAnswer weekly(const TagSchedule &tag, const LocalCalendar &now)
 {
-    const QDate today = now.date();
+    const QDate today = now.today();
     int w = today.dayOfWeek() % 7; // 0 Sunday
+    const int dayOfMonth = today.day();
     int k = 0;
     int firstMatchWeek = 0;
     for (; k < 7; ++k, w = (w + 1) % 7) {
@@ -87,7 +118,7 @@ ScheduleAnswer weekly(const TagSchedule &tag, const QDateTime &now)
             continue;
         // Not wrapped at the month's end: days in the next month give week 5 or 6,
         // and week 6, past the flags, counts as a match.
-        const int week = weekOfMonth(today.day() + k);
+        const int week = weekOfMonth(dayOfMonth + k);
         if (week >= int(tag.weeks.size()) || tag.weeks[week])
             break;
         if (firstMatchWeek == 0)
@@ -108,26 +139,27 @@ ScheduleAnswer weekly(const TagSchedule &tag, const QDateTime &now)
             return {ScheduleResult::NotNow, Nothing};
         k += 7 * step;
     }
-    const qint64 seconds = secondsUntil(now, today.addDays(k), tag.display.time());
+    const qint64 seconds = now.secondsUntil(today.addDays(k), secondOfDay(tag.display.time()));
     if (seconds >= DueThreshold)
         return {ScheduleResult::NotNow, clamp(seconds)};
     return dueTail(tag, now, seconds);
 }
 
-ScheduleAnswer monthly(const TagSchedule &tag, const QDateTime &now)
+ScheduleAnswer monthly(const TagSchedule &tag, const LocalCalendar &now)
 {
-    const QDate today = now.date();
-    const QDate first(today.year(), today.month(), 1);
+    const QDate today = now.today();
+    int y = today.year(), m = today.month();
     QDate due;
     if (tag.monthlyDay == TagSchedule::MonthEnd) {
-        due = first.addMonths(1).addDays(-1);
+        due = QDate(y, m, today.daysInMonth());
     } else {
-        const QDate month = today.day() > tag.monthlyDay ? first.addMonths(1) : first;
-        due = QDate(month.year(), month.month(), tag.monthlyDay);
+        if (today.day() > tag.monthlyDay && ++m > 12)
+            m = 1, ++y;
+        due = QDate(y, m, tag.monthlyDay);
         if (!due.isValid()) // the 31st in a 30-day month and the like: not this time
             return {ScheduleResult::NotNow, Nothing};
     }
-    const qint64 seconds = secondsUntil(now, due, tag.display.time());
+    const qint64 seconds = now.secondsUntil(due, secondOfDay(tag.display.time()));
     if (seconds > 1)
         return {ScheduleResult::NotNow, clamp(seconds)};
     return dueTail(tag, now, seconds);
@@ -141,7 +173,8 @@ QString hhnn(const QTime &t)
 // "<start> ～ <end> の間" or "<start> から".
 QString range(const QString &start, const QString &end)
 {
-    return end.isEmpty() ? start + QStringLiteral(" から") : start + QStringLiteral(" ～ ") + end + QStringLiteral(" の間");
+    return end.isEmpty() ? start + QStringLiteral(" から")
+                         : start + QStringLiteral(" ～ ") + end + QStringLiteral(" の間");
 }
 
 } // namespace
@@ -163,43 +196,161 @@ TagSchedule TagSchedule::fromRecord(const TagRecord &r)
     return s;
 }
 
-qint64 secondsUntil(const QDateTime &now, const QDate &date, const QTime &time)
+int ZoneDays::offsetAt(qint64 utcSeconds)
 {
-    QDateTime moment(date, time, Qt::LocalTime);
-    if (!moment.isValid() && date.isValid() && time.isValid()) {
-        // In the gap of a clock going forward: the first wall time after it that exists.
-        QDateTime minute(date, QTime(time.hour(), time.minute()), Qt::UTC); // naive steps
-        for (int i = 1; i <= 24 * 60 && !moment.isValid(); ++i) {
-            minute = minute.addSecs(60);
-            moment = QDateTime(minute.date(), minute.time(), Qt::LocalTime);
-        }
-    }
-    return now.secsTo(moment);
+    return QDateTime::fromSecsSinceEpoch(utcSeconds, Qt::LocalTime).offsetFromUtc();
 }
 
-std::optional<ScheduleAnswer> EvaluateSchedule(const TagSchedule &tag, const QDateTime &now,
-                                               Prompt &prompt)
+const ZoneDays::Day &ZoneDays::day(qint64 julianDay)
+{
+    if (julianDay == m_lastJd)
+        return m_last;
+    auto it = m_days.constFind(julianDay);
+    if (it == m_days.cend()) {
+        // Every moment whose wall date is this day lies in [lo, hi]: zones are
+        // within 15 hours of UTC. Zones change their offset at most once in that span.
+        const qint64 start = (julianDay - EpochJulianDay) * SecondsPerDay;
+        qint64 lo = start - 15 * 3600;
+        qint64 hi = start + SecondsPerDay + 15 * 3600;
+        Day d;
+        d.before = offsetAt(lo);
+        d.after = offsetAt(hi);
+        d.change = std::numeric_limits<qint64>::max();
+        if (d.before != d.after) {
+            while (hi - lo > 1) { // the first moment with the new offset
+                const qint64 mid = lo + (hi - lo) / 2;
+                (offsetAt(mid) == d.before ? lo : hi) = mid;
+            }
+            d.change = hi;
+        }
+        it = m_days.insert(julianDay, d);
+    }
+    m_lastJd = julianDay;
+    m_last = *it;
+    return m_last;
+}
+
+qint64 ZoneDays::moment(const QDate &date, int secondOfDay)
+{
+    const qint64 jd = date.toJulianDay();
+    const Day &d = day(jd);
+    const qint64 wall = (jd - EpochJulianDay) * SecondsPerDay + secondOfDay;
+    if (d.before == d.after)
+        return wall - d.before;
+    const qint64 first = wall - d.before; // read with the offset before the change
+    const qint64 second = wall - d.after; // read with the offset after it
+    const bool firstExists = first < d.change;
+    const bool secondExists = second >= d.change;
+    if (firstExists && secondExists)
+        return qMax(first, second); // happens twice: the second occurrence
+    if (firstExists)
+        return first;
+    if (secondExists)
+        return second;
+    return d.change; // in the gap: when the clocks jumped past it
+}
+
+LocalCalendar::LocalCalendar(const QDateTime &now, ZoneDays &zone)
+    : m_zone(zone), m_now(floorDiv(now.toMSecsSinceEpoch(), 1000))
+{
+    const qint64 wall = m_now + ZoneDays::offsetAt(m_now);
+    const qint64 days = floorDiv(wall, SecondsPerDay);
+    m_today = QDate::fromJulianDay(days + EpochJulianDay);
+    m_secondOfDay = int(wall - days * SecondsPerDay);
+}
+
+qint64 LocalCalendar::secondsUntil(const QDate &date, int secondOfDay) const
+{
+    if (!date.isValid())
+        return 0;
+    return m_zone.moment(date, secondOfDay) - m_now;
+}
+
+qint64 LocalCalendar::secondsUntil(const QDate &date, const QTime &time) const
+{
+    return secondsUntil(date, ::secondOfDay(time));
+}
+
+ScheduleAnswer EvaluateSchedule(const TagSchedule &tag, const LocalCalendar &now)
 {
     switch (tag.kind) {
-    case TagSchedule::ShowNow: return ScheduleAnswer{ScheduleResult::Due, 0};
-    case TagSchedule::OnDate: return onDate(tag, now);
-    case TagSchedule::Daily: return daily(tag, now);
-    case TagSchedule::Weekly: return weekly(tag, now);
-    case TagSchedule::Monthly: return monthly(tag, now);
+    case TagSchedule::ShowNow:
+        return {ScheduleResult::Due, 0};
+    case TagSchedule::OnDate:
+        return onDate(tag, now);
+    case TagSchedule::Daily:
+        return daily(tag, now);
+    case TagSchedule::Weekly:
+        return weekly(tag, now);
+    case TagSchedule::Monthly:
+        return monthly(tag, now);
     }
-    prompt.inform(QStringLiteral(
-        "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"));
-    return std::nullopt;
+    return {ScheduleResult::Damaged, 0};
+}
+
+ScheduleAnswer EvaluateSchedule(const TagSchedule &tag, const QDateTime &now)
+{
+    ZoneDays zone;
+    return EvaluateSchedule(tag, LocalCalendar(now, zone));
+}
+
+qint64 secondsToNextChange(const TagSchedule &tag, const ScheduleAnswer &a,
+                           const LocalCalendar &now)
+{
+    const qint64 midnight = now.secondsUntil(now.today().addDays(1), 0);
+    switch (a.result) {
+    case ScheduleResult::Damaged:
+        return -1;
+    case ScheduleResult::Expired:
+        return midnight;
+    case ScheduleResult::NotNow:
+        if (a.seconds == Nothing)
+            return midnight;
+        return tag.kind == TagSchedule::Weekly ? qMin<qint64>(a.seconds, midnight) : a.seconds;
+    case ScheduleResult::Due:
+        break;
+    }
+    if (tag.kind == TagSchedule::ShowNow)
+        return -1;
+    qint64 next = a.seconds;
+    // Reached and not yet late: it turns late when its moment is 60 s past.
+    const bool dated = tag.kind == TagSchedule::OnDate;
+    const bool lateRule = dated ? tag.openFile && tag.erase.date() <= QDate(1900, 1, 1)
+                                : (tag.openFile || tag.mail) && !parseEraseTime(tag.eraseTime);
+    if (lateRule) {
+        const QDate date = dated ? tag.display.date() : now.today();
+        const qint64 late = now.secondsUntil(date, secondOfDay(tag.display.time())) - LateLimit + 1;
+        if (late > 0)
+            next = qMin(next, late);
+    }
+    return next;
+}
+
+QString damagedDataText()
+{
+    return QStringLiteral(
+        "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。");
+}
+
+qint64 secondsUntil(const QDateTime &now, const QDate &date, const QTime &time)
+{
+    ZoneDays zone;
+    return LocalCalendar(now, zone).secondsUntil(date, time);
 }
 
 QString kindLabel(int kind)
 {
     switch (kind) {
-    case TagSchedule::ShowNow: return QStringLiteral("『すぐに表示』 ");
-    case TagSchedule::OnDate: return QStringLiteral("『指定日表示』 ");
-    case TagSchedule::Daily: return QStringLiteral("『毎日表示　』 ");
-    case TagSchedule::Weekly: return QStringLiteral("『毎週表示　』 ");
-    case TagSchedule::Monthly: return QStringLiteral("『毎月表示　』 ");
+    case TagSchedule::ShowNow:
+        return QStringLiteral("『すぐに表示』 ");
+    case TagSchedule::OnDate:
+        return QStringLiteral("『指定日表示』 ");
+    case TagSchedule::Daily:
+        return QStringLiteral("『毎日表示　』 ");
+    case TagSchedule::Weekly:
+        return QStringLiteral("『毎週表示　』 ");
+    case TagSchedule::Monthly:
+        return QStringLiteral("『毎月表示　』 ");
     }
     return {};
 }
@@ -211,7 +362,8 @@ QString describeSchedule(const TagSchedule &tag, bool shown, bool mailSent)
                                    : (shown ? QStringLiteral("表示されています。")
                                             : QStringLiteral("表示されます。"));
     const auto erase = parseEraseTime(tag.eraseTime);
-    const QString time = range(hhnn(tag.display.time()), erase ? hhnn(*erase) : QString());
+    const QString time =
+        range(hhnn(tag.display.time()), erase ? hhnn(QTime(0, 0).addSecs(*erase)) : QString());
     QString words;
     switch (tag.kind) {
     case TagSchedule::ShowNow:
@@ -226,13 +378,16 @@ QString describeSchedule(const TagSchedule &tag, bool shown, bool mailSent)
         words = range(start, end);
         break;
     }
-    case TagSchedule::Daily: words = QStringLiteral("毎日、") + time; break;
+    case TagSchedule::Daily:
+        words = QStringLiteral("毎日、") + time;
+        break;
     case TagSchedule::Weekly: {
         QStringList weeks;
         for (int i = 1; i <= 5; ++i)
             if (tag.weeks[i])
                 weeks << QString::number(i);
-        words = weeks.size() == 5 ? QStringLiteral("毎週 ") : weeks.join(u',') + QStringLiteral("週 ");
+        words =
+            weeks.size() == 5 ? QStringLiteral("毎週 ") : weeks.join(u',') + QStringLiteral("週 ");
         QStringList days;
         for (int i = 0; i < 7; ++i)
             if (tag.weekdays[i])
@@ -243,10 +398,11 @@ QString describeSchedule(const TagSchedule &tag, bool shown, bool mailSent)
     case TagSchedule::Monthly:
         words = (tag.monthlyDay == TagSchedule::MonthEnd
                      ? QStringLiteral("毎月末 ")
-                     : QStringLiteral("毎月、%1日 ").arg(tag.monthlyDay))
-                + time;
+                     : QStringLiteral("毎月、%1日 ").arg(tag.monthlyDay)) +
+                time;
         break;
-    default: return {};
+    default:
+        return {};
     }
     return words + u'\n' + state;
 }

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "alarm.h"
 #include "envrecord.h"
 #include "schedule.h"
 #include "schedulertimer.h"
 #include "tagrecord.h"
 
 #include <QObject>
+#include <map>
+#include <set>
 #include <vector>
 
 class Clock;
@@ -30,27 +33,27 @@ public:
     virtual void sendMail(int k, const TagRecord &tag) = 0;
 };
 
-// What rings when a tag comes due.
-struct Alarm
-{
-    enum Kind { None, Sound, Beep } kind = None;
-    QString path;
-    bool operator==(const Alarm &) const = default;
-};
-// A tag from another computer rings the arrival sound when that is switched on
-// (a beep when none is chosen); an own tag its sound file, or a beep without one.
-Alarm alarmFor(const TagRecord &tag, const EnvRecord &env);
 // A sealed tag from another computer, not yet opened: it waits in its own window
 // and is neither scheduled nor listed until the user opens it.
 bool isHeldSealed(const TagRecord &tag);
 
 // Per-tag display states and the one timer: shows tags as they come due, takes
 // them down as they expire, and wakes at the nearest change, an hour at most.
+//
+// Each tag's next change is kept as a moment in an index ordered by moment, so a
+// tick looks only at the tags whose moment has come; a full pass over every tag
+// runs at start-up and whenever the moments may have moved (clock set, resume
+// from sleep, zone change, end of a pause).
 class Scheduler : public QObject
 {
     Q_OBJECT
 public:
-    enum State { Idle = 0, Shown = 1, Waiting = 5 };
+    enum State
+    {
+        Idle = 0,
+        Shown = 1,
+        Waiting = 5
+    };
 
     Scheduler(const TagStore &store, Clock &clock, Prompt &prompt, TagDisplay &display,
               SchedulerTimer &timer, QObject *parent = nullptr);
@@ -60,8 +63,19 @@ public:
     void loadAll();
     // What the user is told of tags that could not be read at start-up.
     static QString unreadableTagsText(const QStringList &numbers);
-    // The timer's tick: evaluates the shown and waiting tags and re-arms.
+    // The timer's tick: the tags whose moment has come (or comes within the
+    // second, the due threshold) are evaluated; then the timer is re-armed.
     void SchedulerTick();
+    // Every tag evaluated afresh, now: the clock was set, the machine woke up or
+    // the zone changed.
+    void reevaluateAll();
+    // The same at the next tick, in a second (the wall clock was set).
+    void reevaluateSoon();
+    // The local zone changed: every wall time means another moment now.
+    void zoneChanged();
+    // The settings to ring alarms by (kept up to date by their owner); without
+    // them record 1 is read for each alarm.
+    void useSettings(const EnvRecord &env) { m_env = &env; }
     // Shows one due tag with its alarm, or opens its file.
     void ShowDueTag(int k);
 
@@ -75,26 +89,45 @@ public:
     void redisplay();
     // While paused no tag is newly shown; resuming catches up at once.
     void setPaused(bool paused);
-    bool isPaused() const { return m_paused; }
 
     int state(int k) const;
     int tagCount() const { return int(m_entries.size()) - 1; }
+    // When the timer is armed to wake, in milliseconds since the epoch; -1 when not.
+    qint64 wakeAt() const { return m_timer.isActive() ? m_wakeAt : -1; }
 
 private:
+    static constexpr qint64 NoMoment = std::numeric_limits<qint64>::max();
     struct Entry
     {
         int state = Idle;
         TagSchedule schedule;
+        qint64 moment = NoMoment; // next change, seconds since the epoch
     };
-    void rearm(qint64 nearest);
-    bool evaluate(int k, ScheduleAnswer *answer);
+    // The rules of one tick for one tag.
+    void apply(int k, const ScheduleAnswer &a, const LocalCalendar &now);
+    bool evaluate(int k, const LocalCalendar &now, ScheduleAnswer *answer);
+    void index(int k, const ScheduleAnswer &a, const LocalCalendar &now);
+    void reindex(int k, const ScheduleAnswer &a, const LocalCalendar &now);
+    void unindex(int k);
+    void rearm();
+    void wakeInTime();
+    // Sends a due mail tag; a dated one is marked as sent.
+    void mailDue(int k, const TagRecord &tag);
     Entry &entry(int k);
+    // Tag k's record: read ahead for this tick, or from the store.
+    std::optional<TagRecord> record(int k, QString *error = nullptr) const;
 
     const TagStore &m_store;
     Clock &m_clock;
     Prompt &m_prompt;
     TagDisplay &m_display;
     SchedulerTimer &m_timer;
-    std::vector<Entry> m_entries; // index k; 0 unused
+    const EnvRecord *m_env = nullptr;
+    ZoneDays m_zone;
+    std::map<int, TagRecord> m_records;      // read ahead for the tags a tick puts up
+    std::vector<Entry> m_entries;            // index k; 0 unused
+    std::set<std::pair<qint64, int>> m_next; // (moment, k) of every tag that has one
+    qint64 m_wakeAt = -1;
     bool m_paused = false;
+    bool m_fullPassDue = false;
 };

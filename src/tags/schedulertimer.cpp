@@ -13,3 +13,9 @@ void SchedulerTimer::arm(qint64 seconds)
     const qint64 wait = qBound<qint64>(1, seconds, MaxWaitSeconds);
     m_timer.start(int(wait * 1000));
 }
+
+void SchedulerTimer::armMs(qint64 ms)
+{
+    m_timer.stop();
+    m_timer.start(int(qBound<qint64>(1, ms, MaxWaitSeconds * 1000)));
+}

@@ -17,6 +17,9 @@ public:
     // Replaces any pending wait with min(seconds, 3600) s (at least 1 s, so a
     // moment that is already due cannot spin the loop).
     void arm(qint64 seconds);
+    // The same to the millisecond, so a wait ends on the second it waits for
+    // (1 ms to an hour).
+    void armMs(qint64 ms);
     // The clock was set: look at the schedule again in one second.
     void clockChanged() { arm(1); }
     void stop() { m_timer.stop(); }

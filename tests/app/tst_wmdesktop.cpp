@@ -153,7 +153,7 @@ void TestWmDesktop::dialogsStayAboveTopMostTags()
     // A tag that comes due while the editor is open goes up below it.
     TagRecord second = scheduledTag(QPoint(200, 150));
     QVERIFY(m_main->store().addTag(second));
-    m_main->tagScheduler()->tagChanged(2);
+    m_main->scheduler()->tagChanged(2);
     TagWindow *w2 = m_main->display()->window(2);
     QVERIFY(w2);
     QVERIFY(QTest::qWaitForWindowExposed(w2));

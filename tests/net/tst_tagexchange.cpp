@@ -136,7 +136,8 @@ std::unique_ptr<Peer> TestTagExchange::peer(int host, const QString &name)
     prepareFileSet(p->files);
     EnvRecord env;
     env.setByte(Env::LogEnabled, 1);
-    p->store.writeEnv(env);
+    if (!p->store.writeEnv(env))
+        qFatal("cannot write the settings");
     p->settings.load();
     p->log.setEnabled(true);
     p->ep.StartNetwork(config(host, name));

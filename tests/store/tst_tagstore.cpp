@@ -30,6 +30,7 @@ private Q_SLOTS:
     void damagedFilesAreReported_data();
     void damagedFilesAreReported();
     void tagNumbersWrap();
+    void allTagsReadInOnePass();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -170,6 +171,39 @@ void TestTagStore::tagNumbersWrap()
     QCOMPARE(tagNumberAfter(QStringLiteral("00001")), QStringLiteral("00002"));
     QCOMPARE(tagNumberAfter(QStringLiteral("00999")), QStringLiteral("01000"));
     QCOMPARE(tagNumberAfter(QStringLiteral("99999")), QStringLiteral("00001"));
+}
+
+// A long message beside short ones, a damaged length and a record cut by the end
+// of the file: one pass gives what reading each tag alone gives.
+void TestTagStore::allTagsReadInOnePass()
+{
+    EnvRecord env;
+    env.setTagCount(4);
+    QVERIFY(m_store->writeEnv(env));
+    QVERIFY(m_store->writeTag(1, tagWith(QString(9000, u'長'))));
+    QVERIFY(m_store->writeTag(2, tagWith(QStringLiteral("short"))));
+    QByteArray bad = tagWith(QStringLiteral("bad")).serialize();
+    bad[TagRecord::FixedSize + 1] = char(0x90);
+    QVERIFY(m_store->file().write(3 + 1, bad));
+    QVERIFY(m_store->writeTag(4, tagWith(QStringLiteral("cut off"))));
+    QFile file(m_store->file().path());
+    QVERIFY(file.resize(file.size() - 3));
+
+    QList<int> seen;
+    m_store->readTags(4, [&](int k, const TagRecord *tag, const QString &error) {
+        seen << k;
+        QString alone;
+        const auto single = m_store->readTag(k, &alone);
+        QCOMPARE(tag != nullptr, single.has_value());
+        if (tag)
+            QCOMPARE(*tag, *single);
+        else
+            QCOMPARE(error, alone);
+    });
+    QCOMPARE(seen, (QList<int>{1, 2, 3, 4}));
+    QCOMPARE(m_store->readTag(1)->message(), QString(9000, u'長'));
+    QVERIFY(!m_store->readTag(3));
+    QVERIFY(!m_store->readTag(4));
 }
 
 QTEST_APPLESS_MAIN(TestTagStore)

@@ -1,5 +1,4 @@
 // Runs with TZ=Europe/Berlin (set by CTest) so daylight saving days are real.
-#include "prompt.h"
 #include "schedule.h"
 #include "scriptedprompt.h"
 
@@ -61,7 +60,9 @@ class TestSchedule : public QObject
 private Q_SLOTS:
     void evaluate_data();
     void evaluate();
-    void unknownKindIsReported();
+    void unknownKindIsDamaged();
+    void repeatedHourIsTheSecondOccurrence();
+    void zoneDaysAgreeWithTheSystem();
     void describe_data();
     void describe();
     void labels();
@@ -135,6 +136,9 @@ void TestSchedule::evaluate_data()
     // Europe/Berlin: 2024/03/31 02:00 -> 03:00, 2024/10/27 03:00 -> 02:00.
     row("dst: spring day is 23 h", tag(2, "1900/01/01 10:00:00"), "2024/03/31 00:30:00", NotNow, 30600);
     row("dst: 02:30 does not exist, 03:00 does", tag(2, "1900/01/01 02:30:00"), "2024/03/31 01:00:00", NotNow, 3600);
+    row("dst: 02:30 in the gap reads as 03:00, due", tag(2, "1900/01/01 02:30:00"), "2024/03/31 03:00:00", Due,
+        21 * 3600);
+    row("dst: dated 02:30 in the gap", tag(1, "2024/03/31 02:30:00"), "2024/03/31 00:00:00", NotNow, 7200);
     row("dst: autumn midnight is 25 h away", tag(2, "1900/01/01 00:00:00"), "2024/10/27 00:00:00", Due, 25 * 3600);
 }
 
@@ -145,20 +149,53 @@ void TestSchedule::evaluate()
     QFETCH(int, result);
     QFETCH(qint32, seconds);
     QVERIFY(now.isValid());
-    ScriptedPrompt prompt;
-    const auto answer = EvaluateSchedule(t, now, prompt);
-    QVERIFY(answer.has_value());
-    QCOMPARE(int(answer->result), result);
-    QCOMPARE(answer->seconds, seconds);
-    QVERIFY(prompt.shown.isEmpty());
+    const ScheduleAnswer answer = EvaluateSchedule(t, now);
+    QCOMPARE(int(answer.result), result);
+    QCOMPARE(answer.seconds, seconds);
 }
 
-void TestSchedule::unknownKindIsReported()
+void TestSchedule::unknownKindIsDamaged()
 {
-    ScriptedPrompt prompt;
-    QVERIFY(!EvaluateSchedule(tag(7, "2024/05/01 10:00:00"), local("2024/05/01 09:00:00"), prompt));
-    QCOMPARE(prompt.shown, QStringList{QStringLiteral(
-                               "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")});
+    const ScheduleAnswer answer = EvaluateSchedule(tag(7, "2024/05/01 10:00:00"), local("2024/05/01 09:00:00"));
+    QCOMPARE(answer.result, ScheduleResult::Damaged);
+}
+
+// Europe/Berlin, 2025/10/26: 03:00 CEST goes back to 02:00 CET, so 02:30 happens
+// at 00:30 and again at 01:30 UTC. The second one counts, asked at any moment of
+// that night and whatever was evaluated before.
+void TestSchedule::repeatedHourIsTheSecondOccurrence()
+{
+    const TagSchedule at0230 = tag(2, "1900/01/01 02:30:00");
+    const TagSchedule other = tag(2, "1900/01/01 08:00:00", "9:05");
+    const qint64 second = QDateTime(QDate(2025, 10, 26), QTime(1, 30), QTimeZone::utc()).toSecsSinceEpoch();
+    const qint64 from = QDateTime(QDate(2025, 10, 25), QTime(22, 0), QTimeZone::utc()).toSecsSinceEpoch();
+    ZoneDays zone;
+    for (qint64 t = from; t < second - 1; t += 97) {
+        const QDateTime now = QDateTime::fromSecsSinceEpoch(t, QTimeZone::utc());
+        const ScheduleAnswer alone = EvaluateSchedule(at0230, now);
+        QCOMPARE(alone, (ScheduleAnswer{ScheduleResult::NotNow, qint32(second - t)}));
+        const LocalCalendar cal(now, zone);
+        EvaluateSchedule(other, cal);
+        QCOMPARE(EvaluateSchedule(at0230, cal), alone);
+    }
+    // Due from the second 02:30 on, until midnight (a 25-hour day ends at 23:00 UTC).
+    const QDateTime after = QDateTime::fromSecsSinceEpoch(second + 60, QTimeZone::utc());
+    QCOMPARE(EvaluateSchedule(at0230, after), (ScheduleAnswer{ScheduleResult::Due, 21 * 3600 + 29 * 60}));
+}
+
+// Wall times away from the clock changes are read as the system reads them.
+void TestSchedule::zoneDaysAgreeWithTheSystem()
+{
+    ZoneDays zone;
+    for (int i = 0; i < 2000; ++i) {
+        const QDate date = QDate(2020, 1, 1).addDays(i * 7 % 3000);
+        const QTime time(i * 5 % 24, i * 7 % 60, i % 60);
+        const QDateTime local(date, time, Qt::LocalTime);
+        if (local.offsetFromUtc() != local.addSecs(-7200).offsetFromUtc() ||
+            local.offsetFromUtc() != local.addSecs(7200).offsetFromUtc())
+            continue;
+        QCOMPARE(zone.moment(date, time.msecsSinceStartOfDay() / 1000), local.toSecsSinceEpoch());
+    }
 }
 
 void TestSchedule::describe_data()

@@ -5,9 +5,12 @@
 #include "scriptedprompt.h"
 #include "tagstore.h"
 
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
+
+#include <ctime>
 
 namespace {
 QDateTime local(int y, int m, int d, int h, int n = 0, int s = 0)
@@ -54,6 +57,11 @@ private Q_SLOTS:
     void pauseHoldsNewTagsBack();
     void alarms_data();
     void alarms();
+    void editedTagSoonerThanTheWaitIsWokenFor();
+    void redisplaySkipsFilesAndMail();
+    void recurringTagStillUpAtItsNextOccurrence();
+    void nothingFiresBeforeItsSecond();
+    void zoneChangeMovesEveryMoment();
 
 private:
     int add(int kind, const QDateTime &display, const QString &eraseTime = {},
@@ -184,6 +192,8 @@ void TestScheduler::startUpShowsWithoutAlarm()
     QCOMPARE(m_scheduler->state(4), int(Scheduler::Idle));
     // The damaged kind and the unreadable record were each reported once.
     QCOMPARE(m_prompt->shown.size(), 2);
+    QCOMPARE(m_prompt->shown.first(),
+             QStringLiteral("Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"));
     QCOMPARE(m_prompt->shown.last(), Scheduler::unreadableTagsText({QStringLiteral("00005")}));
 }
 
@@ -261,6 +271,97 @@ void TestScheduler::alarms()
     const Alarm a = alarmFor(tag, env);
     QCOMPARE(int(a.kind), kind);
     QCOMPARE(a.path, expected);
+}
+
+void TestScheduler::editedTagSoonerThanTheWaitIsWokenFor()
+{
+    add(2, wallTime(11));
+    m_scheduler->loadAll();
+    QCOMPARE(m_timer->intervalMs(), 3600000);
+    const int k = add(2, wallTime(9, 10));
+    m_scheduler->tagChanged(k);
+    QCOMPARE(m_timer->intervalMs(), 600 * 1000);
+    // A later tag leaves the nearer wait alone.
+    m_scheduler->tagChanged(add(2, wallTime(9, 40)));
+    QCOMPARE(m_timer->intervalMs(), 600 * 1000);
+    tickAt(local(2024, 5, 1, 9, 10));
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 2"), QStringLiteral("blink")}));
+    QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
+}
+
+void TestScheduler::redisplaySkipsFilesAndMail()
+{
+    add(2, wallTime(8));
+    add(2, wallTime(8), {}, [](TagRecord &t) {
+        t.setByte(Tag::OpenFileFlag, 1);
+        t.setText(Tag::FilePath, QStringLiteral("/d/a.ods"));
+    });
+    add(2, wallTime(8), {}, [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
+    add(2, wallTime(10)); // not due yet
+    m_clock->set(local(2024, 5, 1, 8, 0, 30));
+    m_scheduler->loadAll();
+    QCOMPARE(m_display->take(),
+             (QStringList{QStringLiteral("show 1"), QStringLiteral("open 2 /d/a.ods"), QStringLiteral("mail 3")}));
+    m_scheduler->hideTag(1);
+    m_display->take();
+    m_scheduler->redisplay();
+    QCOMPARE(m_display->take(), QStringList{QStringLiteral("show 1")});
+    QVERIFY(m_display->isShown(1));
+}
+
+void TestScheduler::recurringTagStillUpAtItsNextOccurrence()
+{
+    const int k = add(2, wallTime(10), {}, [](TagRecord &t) { t.setByte(Tag::SoundFlag, 1); });
+    m_scheduler->loadAll();
+    tickAt(local(2024, 5, 1, 10, 0));
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("beep"), QStringLiteral("blink")}));
+    tickAt(local(2024, 5, 2, 0, 0));
+    tickAt(local(2024, 5, 2, 10, 0));
+    // Nobody took it down: it stays as it is, without a second alarm.
+    QVERIFY(m_display->take().isEmpty());
+    QVERIFY(m_display->isShown(k));
+    QCOMPARE(m_scheduler->state(k), int(Scheduler::Shown));
+    // Taken down, it comes again with its alarm the day after.
+    m_scheduler->hideTag(k);
+    tickAt(local(2024, 5, 3, 0, 0));
+    tickAt(local(2024, 5, 3, 10, 0));
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("down 1"), QStringLiteral("show 1"),
+                                             QStringLiteral("beep"), QStringLiteral("blink")}));
+}
+
+void TestScheduler::nothingFiresBeforeItsSecond()
+{
+    add(2, wallTime(20, 42), {}, [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
+    m_clock->set(local(2024, 5, 1, 20, 0).addMSecs(700));
+    m_scheduler->loadAll();
+    const qint64 due = local(2024, 5, 1, 20, 42).toMSecsSinceEpoch();
+    QCOMPARE(m_scheduler->wakeAt(), due);
+    m_clock->set(QDateTime::fromMSecsSinceEpoch(due - 300)); // a timer a little early
+    m_scheduler->SchedulerTick();
+    QVERIFY(m_display->take().isEmpty());
+    QCOMPARE(m_scheduler->wakeAt(), due);
+    m_clock->set(QDateTime::fromMSecsSinceEpoch(due));
+    m_scheduler->SchedulerTick();
+    QCOMPARE(m_display->take(), QStringList{QStringLiteral("mail 1")});
+}
+
+void TestScheduler::zoneChangeMovesEveryMoment()
+{
+    const QByteArray tz = qgetenv("TZ");
+    auto restore = qScopeGuard([&] {
+        tz.isNull() ? qunsetenv("TZ") : qputenv("TZ", tz);
+        tzset();
+    });
+    qputenv("TZ", "Asia/Tokyo");
+    tzset();
+    add(2, wallTime(10));
+    m_clock->set(QDateTime(QDate(2024, 5, 1), QTime(0, 30), QTimeZone::utc())); // 09:30 in Tokyo
+    m_scheduler->loadAll();
+    QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
+    qputenv("TZ", "Australia/Brisbane"); // 10:30 there: already due
+    tzset();
+    m_scheduler->zoneChanged();
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("blink")}));
 }
 
 QTEST_GUILESS_MAIN(TestScheduler)

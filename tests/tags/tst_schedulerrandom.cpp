@@ -1,0 +1,385 @@
+// Drives the scheduler through simulated weeks around both clock changes of the
+// zone in TZ (CTest runs it in Asia/Tokyo and in Europe/Berlin) and checks, at
+// every step, that what it put on screen, rang, opened and mailed is what a plain
+// evaluation of every tag at that moment says.
+#include "clock.h"
+#include "manualclock.h"
+#include "prompt.h"
+#include "scheduler.h"
+#include "scriptedprompt.h"
+#include "tagstore.h"
+
+#include <QRandomGenerator>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimeZone>
+#include <algorithm>
+#include <map>
+
+namespace {
+class RecordingDisplay final : public TagDisplay
+{
+public:
+    void showTag(int k, const TagRecord &) override
+    {
+        log << QStringLiteral("show %1").arg(k);
+        shown.insert(k);
+    }
+    void takeDown(int k) override
+    {
+        log << QStringLiteral("down %1").arg(k);
+        shown.remove(k);
+    }
+    bool isShown(int k) const override { return shown.contains(k); }
+    void openFile(int k, const QString &path) override
+    {
+        log << QStringLiteral("open %1 %2").arg(k).arg(path);
+    }
+    void playSound(const QString &path) override { log << QStringLiteral("sound ") + path; }
+    void beep() override { log << QStringLiteral("beep"); }
+    void startBlink() override { log << QStringLiteral("blink"); }
+    void sendMail(int k, const TagRecord &) override { log << QStringLiteral("mail %1").arg(k); }
+
+    QStringList log;
+    QSet<int> shown;
+};
+
+// The rules of a tick applied to every tag, every time: what the scheduler must
+// come to without its index.
+class Reference
+{
+public:
+    Reference(const TagStore &store, RecordingDisplay &display) : m_store(store), m_display(display)
+    {
+    }
+
+    void loadAll(const QDateTime &now)
+    {
+        m_tags.clear();
+        const int count = m_store.tagCount();
+        for (int k = 1; k <= count; ++k) {
+            const auto tag = m_store.readTag(k);
+            Entry &t = m_tags[k];
+            if (!tag || tag->stateMark() != QLatin1String(TagRecord::Live))
+                continue;
+            t.schedule = TagSchedule::fromRecord(*tag);
+            if (t.schedule.kind == TagSchedule::OnDate && t.schedule.mail &&
+                tag->byte(Tag::MailSent) == 1)
+                continue;
+            t.state = Scheduler::Waiting;
+            if (evaluate(t, now).result == ScheduleResult::Due) {
+                if (t.schedule.openFile)
+                    m_display.openFile(k, tag->text(Tag::FilePath));
+                else if (t.schedule.mail)
+                    m_display.sendMail(k, *tag);
+                else
+                    m_display.showTag(k, *tag);
+                t.state = Scheduler::Shown;
+            }
+        }
+    }
+
+    void tick(const QDateTime &now)
+    {
+        for (auto &[k, t] : m_tags) {
+            if (t.state != Scheduler::Shown && t.state != Scheduler::Waiting)
+                continue;
+            const ScheduleAnswer a = evaluate(t, now);
+            if (a.result == ScheduleResult::NotNow) {
+                if (t.state == Scheduler::Shown && t.schedule.kind >= TagSchedule::Daily &&
+                    !m_display.isShown(k))
+                    t.state = Scheduler::Waiting;
+            } else if (a.result == ScheduleResult::Expired) {
+                if (t.state == Scheduler::Shown) {
+                    m_display.takeDown(k);
+                    t.state = Scheduler::Waiting;
+                }
+            } else if (a.result == ScheduleResult::Due && t.state == Scheduler::Waiting &&
+                       !paused) {
+                const TagRecord tag = *m_store.readTag(k);
+                if (t.schedule.mail)
+                    m_display.sendMail(k, tag);
+                else if (t.schedule.openFile)
+                    m_display.openFile(k, tag.text(Tag::FilePath));
+                else {
+                    m_display.showTag(k, tag);
+                    const Alarm alarm = alarmFor(tag, EnvRecord());
+                    if (alarm.kind == Alarm::Sound)
+                        m_display.playSound(alarm.path);
+                    else if (alarm.kind == Alarm::Beep)
+                        m_display.beep();
+                    m_display.startBlink();
+                }
+                t.state = Scheduler::Shown;
+            }
+        }
+    }
+
+    void changed(int k, const QDateTime &now)
+    {
+        const auto tag = m_store.readTag(k);
+        Entry &t = m_tags[k];
+        if (!tag || tag->stateMark() != QLatin1String(TagRecord::Live))
+            return drop(k);
+        t.schedule = TagSchedule::fromRecord(*tag);
+        if (evaluate(t, now).result == ScheduleResult::Due) {
+            if (m_display.isShown(k))
+                m_display.showTag(k, *tag);
+            else {
+                t.state = Scheduler::Waiting;
+                if (!t.schedule.mail)
+                    showDue(k, *tag);
+            }
+        } else {
+            if (m_display.isShown(k))
+                m_display.takeDown(k);
+            t.state = Scheduler::Waiting;
+        }
+    }
+
+    void drop(int k)
+    {
+        if (m_display.isShown(k))
+            m_display.takeDown(k);
+        m_tags[k].state = Scheduler::Idle;
+    }
+
+    void redisplay(const QDateTime &now)
+    {
+        for (auto &[k, t] : m_tags)
+            if (t.state != Scheduler::Idle && !m_display.isShown(k) && !t.schedule.openFile &&
+                !t.schedule.mail && evaluate(t, now).result == ScheduleResult::Due) {
+                m_display.showTag(k, *m_store.readTag(k));
+                t.state = Scheduler::Shown;
+            }
+    }
+
+    int state(int k) const
+    {
+        const auto it = m_tags.find(k);
+        return it == m_tags.end() ? int(Scheduler::Idle) : it->second.state;
+    }
+
+    bool paused = false;
+
+private:
+    struct Entry
+    {
+        int state = Scheduler::Idle;
+        TagSchedule schedule;
+    };
+    void showDue(int k, const TagRecord &tag)
+    {
+        Entry &t = m_tags[k];
+        t.state = Scheduler::Shown;
+        if (t.schedule.openFile)
+            return m_display.openFile(k, tag.text(Tag::FilePath));
+        m_display.showTag(k, tag);
+        const Alarm alarm = alarmFor(tag, EnvRecord());
+        if (alarm.kind == Alarm::Sound)
+            m_display.playSound(alarm.path);
+        else if (alarm.kind == Alarm::Beep)
+            m_display.beep();
+        m_display.startBlink();
+    }
+    // Evaluated on its own, with nothing kept between tags.
+    static ScheduleAnswer evaluate(const Entry &t, const QDateTime &now)
+    {
+        return EvaluateSchedule(t.schedule, now);
+    }
+
+    const TagStore &m_store;
+    RecordingDisplay &m_display;
+    std::map<int, Entry> m_tags;
+};
+} // namespace
+
+class TestSchedulerRandom : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void weeksAroundTheClockChanges_data();
+    void weeksAroundTheClockChanges();
+
+private:
+    TagRecord randomTag(const QDate &around);
+    int pick(int n) { return int(m_random.bounded(n)); }
+
+    QRandomGenerator m_random;
+    qint64 m_checks = 0;
+};
+
+TagRecord TestSchedulerRandom::randomTag(const QDate &around)
+{
+    TagRecord t;
+    const int kind = pick(5);
+    t.setByte(Tag::ScheduleKind, kind);
+    // Early-morning times often, for the hours that are skipped or repeated; few
+    // minutes and seconds, so that moments meet and fall a second apart.
+    const QTime time(pick(3) == 0 ? 2 : pick(24), pick(4) * 15, pick(4));
+    const QDate date = around.addDays(pick(30) - 10);
+    t.setDate(
+        Tag::DisplayDateTime,
+        QDateTime(kind == TagSchedule::OnDate ? date : QDate(1900, 1, 1), time, QTimeZone::utc()));
+    const bool action = pick(4) == 0;
+    if (action)
+        t.setByte(pick(2) ? Tag::MailFlag : Tag::OpenFileFlag, 1);
+    t.setText(Tag::FilePath, QStringLiteral("/f/%1.wav").arg(pick(100)));
+    t.setByte(Tag::SoundFlag, pick(2));
+    if (!action && pick(2)) {
+        const QTime erase = time.addSecs(60 * (1 + pick(300)));
+        t.setText(Tag::EraseTime,
+                  erase.toString(pick(2) && erase.hour() < 10 ? QStringLiteral("h:mm")
+                                                              : QStringLiteral("hh:mm")));
+        if (kind == TagSchedule::OnDate)
+            t.setDate(Tag::EraseDateTime,
+                      QDateTime(date.addDays(pick(3)), erase, QTimeZone::utc()));
+    }
+    t.setByte(Tag::MonthlyDay, 1 + pick(32));
+    for (int i = 0; i < 7; ++i)
+        t.setByte(Tag::WeekdayFlags, pick(3) == 0, i);
+    for (int i = 1; i < 6; ++i)
+        t.setByte(Tag::WeekOfMonthFlags, pick(2), i);
+    return t;
+}
+
+void TestSchedulerRandom::weeksAroundTheClockChanges_data()
+{
+    QTest::addColumn<QDate>("start");
+    QTest::addColumn<quint32>("seed");
+    QTest::newRow("spring") << QDate(2024, 3, 20) << 11u;
+    QTest::newRow("autumn") << QDate(2024, 10, 16) << 12u;
+    QTest::newRow("autumn 2025") << QDate(2025, 10, 15) << 13u;
+    QTest::newRow("spring 2025") << QDate(2025, 3, 19) << 14u;
+}
+
+void TestSchedulerRandom::weeksAroundTheClockChanges()
+{
+    QFETCH(QDate, start);
+    QFETCH(quint32, seed);
+    m_random.seed(seed);
+    constexpr int Tags = 50;
+    constexpr int Steps = 800;
+
+    QTemporaryDir dir;
+    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    QVERIFY(store.writeEnv(EnvRecord()));
+    for (int i = 0; i < Tags; ++i) {
+        TagRecord t = randomTag(start);
+        QVERIFY(store.addTag(t));
+    }
+    ManualClock clock(QDateTime(start, QTime(8, 0), QTimeZone::utc()));
+    ScriptedPrompt prompt;
+    RecordingDisplay real, expected;
+    SchedulerTimer timer;
+    Scheduler scheduler(store, clock, prompt, real, timer);
+    Reference reference(store, expected);
+
+    // True when the scheduler and the reference agree; says where they part.
+    auto agree = [&](const char *what) {
+        std::sort(real.log.begin(), real.log.end());
+        std::sort(expected.log.begin(), expected.log.end());
+        bool same = real.log == expected.log && real.shown == expected.shown;
+        for (int k = 1; k <= Tags; ++k, ++m_checks)
+            if (scheduler.state(k) != reference.state(k)) {
+                qWarning().noquote()
+                    << "tag" << k << "state" << scheduler.state(k) << "expected"
+                    << reference.state(k) << store.readTag(k)->text(Tag::FilePath)
+                    << describeSchedule(TagSchedule::fromRecord(*store.readTag(k)), false, false)
+                    << "file/mail" << store.readTag(k)->byte(Tag::OpenFileFlag)
+                    << store.readTag(k)->byte(Tag::MailFlag);
+                same = false;
+            }
+        if (!same)
+            qWarning().noquote() << what << clock.now().toString(Qt::ISODate) << "\n real"
+                                 << real.log << "\n expected" << expected.log;
+        real.log.clear();
+        expected.log.clear();
+        return same;
+    };
+    reference.loadAll(clock.now());
+    scheduler.loadAll();
+    QVERIFY(agree("start"));
+    const qint64 end =
+        QDateTime(start.addDays(35), QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch();
+    for (int step = 0; step < Steps * 20 && clock.now().toMSecsSinceEpoch() < end; ++step) {
+        const qint64 wake = scheduler.wakeAt();
+        QVERIFY(wake > clock.now().toMSecsSinceEpoch());
+        const int roll = pick(100);
+        if (roll >= 12) { // the timer fires
+            clock.set(QDateTime::fromMSecsSinceEpoch(wake, QTimeZone::utc()));
+            scheduler.SchedulerTick();
+            reference.tick(clock.now());
+            QVERIFY(agree("tick"));
+            continue;
+        }
+        // Something happens before the timer fires.
+        const qint64 before = clock.now().toSecsSinceEpoch();
+        clock.set(QDateTime::fromSecsSinceEpoch(
+            before + m_random.bounded(qMax<qint64>(1, wake / 1000 - before)), QTimeZone::utc()));
+        const int k = 1 + pick(Tags);
+        const QDateTime now = clock.now();
+        switch (roll) {
+        case 0:
+        case 1: { // edited
+            TagRecord t = randomTag(now.date());
+            t.setText(Tag::TagNumber, store.readTag(k)->tagNumber());
+            QVERIFY(store.writeTag(k, t));
+            scheduler.tagChanged(k);
+            reference.changed(k, now);
+            break;
+        }
+        case 2: { // into the trash and back
+            TagRecord t = *store.readTag(k);
+            const bool live = t.stateMark() == QLatin1String(TagRecord::Live);
+            t.setStateMark(live ? TagRecord::InTrash : TagRecord::Live);
+            QVERIFY(store.writeTag(k, t));
+            if (live) {
+                scheduler.dropTag(k);
+                reference.drop(k);
+            } else {
+                scheduler.tagChanged(k);
+                reference.changed(k, now);
+            }
+            break;
+        }
+        case 3:
+        case 4: // the user closes it
+            if (real.isShown(k)) {
+                scheduler.hideTag(k);
+                expected.takeDown(k);
+            }
+            break;
+        case 5: // pause and resume
+            reference.paused = !reference.paused;
+            scheduler.setPaused(reference.paused);
+            break;
+        case 6:
+        case 7: { // the clock is set, or the machine slept
+            clock.set(now.addSecs(pick(4) == 0 ? -pick(7200) : pick(3 * 86400)));
+            scheduler.reevaluateAll();
+            reference.tick(clock.now());
+            break;
+        }
+        case 8:
+            scheduler.redisplay();
+            reference.redisplay(now);
+            break;
+        default: { // a restart: windows gone, every tag read again
+            real.shown.clear();
+            expected.shown.clear();
+            reference.loadAll(now); // before the scheduler marks dated mail as sent
+            scheduler.loadAll();
+            reference.paused = false;
+            scheduler.setPaused(false);
+            break;
+        }
+        }
+        QVERIFY(agree("event"));
+    }
+    qInfo("%lld checks so far (%s)", m_checks, qPrintable(QString::fromLocal8Bit(qgetenv("TZ"))));
+}
+
+QTEST_GUILESS_MAIN(TestSchedulerRandom)
+#include "tst_schedulerrandom.moc"
