@@ -35,12 +35,10 @@ class TestTagMain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void firstRunCreatesDefaults();
-    void secondStartIsRefused();
+    void lifeCycle();
     void damagedEnvironmentEndsStartUp_data();
     void damagedEnvironmentEndsStartUp();
     void unwritableDirectoryEndsStartUp();
-    void shutdownLeavesNothing();
     void clockChangeBringsTheTickForward();
     void dueTagsAppearAtStartUp();
     void settingsEntriesWriteRecordOne();
@@ -55,44 +53,47 @@ private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
 };
 
-void TestTagMain::firstRunCreatesDefaults()
+// Start on an empty folder, refuse a second copy, shut down, start again.
+void TestTagMain::lifeCycle()
 {
     QTemporaryDir dir;
-    ScriptedPrompt prompt;
+    ScriptedPrompt prompt, secondPrompt;
+    const QString lock = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
-    QVERIFY(prompt.shown.isEmpty());
     QVERIFY(main.firstRun());
-    QVERIFY(main.isRunning());
-    QCOMPARE(fileBytes(dir.filePath(QStringLiteral("Pinboard.dt1"))), EnvRecord().bytes());
+    QCOMPARE(fileBytes(main.files().dt1), EnvRecord().bytes());
     QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
     QVERIFY(main.schedulerTimer().isActive());
-    QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("DeskTop Pin Board\r\nﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"));
-    const auto actions = main.trayMenu()->actions();
-    QCOMPARE(actions.last()->objectName(), QStringLiteral("mnuExit"));
-    QCOMPARE(actions.last()->text(), QStringLiteral("終了"));
+    QCOMPARE(main.trayIcon()->toolTip(),
+             QStringLiteral("DeskTop Pin Board\r\nﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"));
     QSignalSpy quit(&main, &TagMain::quitRequested);
-    actions.last()->trigger();
+    main.trayMenu()->actions().last()->trigger(); // 終了
     QCOMPARE(quit.count(), 1);
-}
 
-void TestTagMain::secondStartIsRefused()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt1, prompt2;
-    TagMain first(dir.path(), prompt1, m_clock);
-    QVERIFY(first.start());
-    const QByteArray before = fileBytes(first.files().dt1);
-
-    TagMain second(dir.path(), prompt2, m_clock);
+    TagMain second(dir.path(), secondPrompt, m_clock);
     QVERIFY(!second.start());
-    QCOMPARE(prompt2.shown, QStringList{QStringLiteral("既に起動されています。")});
+    QCOMPARE(secondPrompt.shown, QStringList{QStringLiteral("既に起動されています。")});
     QVERIFY(!second.isRunning());
     // The first runs on untouched, its lock still in place.
-    QVERIFY(first.isRunning());
-    QCOMPARE(fileBytes(first.files().dt1), before);
+    QVERIFY(main.isRunning());
+    QCOMPARE(fileBytes(main.files().dt1), EnvRecord().bytes());
     QVERIFY(!SingleInstance(dir.path()).tryAcquire());
-    QVERIFY(prompt1.shown.isEmpty());
+    QVERIFY(prompt.shown.isEmpty());
+
+    main.shutdown();
+    QVERIFY(!main.isRunning());
+    QVERIFY(!main.schedulerTimer().isActive());
+    QVERIFY(main.trayIcon() == nullptr);
+    QVERIFY(!QFile::exists(lock));
+    main.shutdown(); // twice is harmless
+    EnvRecord env;
+    env.setText(Env::UserName, QStringLiteral("鈴木"));
+    QVERIFY(main.store().writeEnv(env));
+    TagMain next(dir.path(), prompt, m_clock);
+    QVERIFY(next.start());
+    QVERIFY(!next.firstRun());
+    QCOMPARE(next.env().userName(), QStringLiteral("鈴木"));
 }
 
 void TestTagMain::damagedEnvironmentEndsStartUp_data()
@@ -143,29 +144,6 @@ void TestTagMain::unwritableDirectoryEndsStartUp()
     QVERIFY(!main.start());
     QCOMPARE(prompt.shown, QStringList{QStringLiteral(
                                "予期せぬエラーが発生しました。ディスクが書込み禁止になっている可能性があります。")});
-}
-
-void TestTagMain::shutdownLeavesNothing()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
-    QVERIFY(main.start());
-    QVERIFY(QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
-    main.shutdown();
-    QVERIFY(!main.isRunning());
-    QVERIFY(!main.schedulerTimer().isActive());
-    QVERIFY(main.trayIcon() == nullptr);
-    QVERIFY(!QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
-    main.shutdown(); // twice is harmless
-
-    EnvRecord env;
-    env.setText(Env::UserName, QStringLiteral("鈴木"));
-    QVERIFY(main.store().writeEnv(env));
-    TagMain next(dir.path(), prompt, m_clock);
-    QVERIFY(next.start());
-    QVERIFY(!next.firstRun());
-    QCOMPARE(next.env().userName(), QStringLiteral("鈴木"));
 }
 
 void TestTagMain::clockChangeBringsTheTickForward()

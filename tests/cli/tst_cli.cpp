@@ -228,8 +228,6 @@ void TestCli::badInput_data()
     const QStringList dump{QStringLiteral("dump"), QStringLiteral("DIR")};
     const QStringList load{QStringLiteral("load"), QStringLiteral("DIR"), QStringLiteral("JSON")};
     const QByteArray one = envImage(1, {tagBytes(QStringLiteral("keep me"))});
-    QByteArray pastSlot = tagBytes(QStringLiteral("x"));
-    LE::setInt16(pastSlot, TagRecord::FixedSize, qint16(40000));
     auto row = [](const char *name, const QStringList &args, bool hasDt1, const QByteArray &dt1,
                   const QByteArray &json, const char *word) {
         QTest::newRow(name) << args << hasDt1 << dt1 << json << QString::fromUtf8(word);
@@ -377,18 +375,17 @@ void TestCli::evalSaysWhy_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("out");
     QTest::addColumn<QString>("err");
-    const QString at = QStringLiteral("--at");
     const QByteArray daily = "00001\t5\t1801\t毎日、10:30 から 表示されます。\n";
     const QByteArray dated = "00002\t1\t50401\t2024/05/01 10:00 から 表示されています。\n";
-    QTest::newRow("every live tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59")} << 0
-                                    << daily + dated << QString();
-    QTest::newRow("one tag") << QStringList{at, QStringLiteral("2024/05/01 09:59:59"),
-                                            QStringLiteral("--tag"), QStringLiteral("2")}
-                             << 0 << dated << QString();
-    QTest::newRow("tag in the trash") << QStringList{QStringLiteral("--tag"), QStringLiteral("3")}
-                                      << 1 << QByteArray() << QStringLiteral("no live tag 00003");
-    QTest::newRow("bad moment") << QStringList{at, QStringLiteral("2024/13/01 00:00:00")} << 1
-                                << QByteArray() << QStringLiteral("not of the form");
+    auto row = [](const char *tag, const char *options, int status, const QByteArray &out,
+                  const char *err) {
+        QTest::newRow(tag) << QString::fromLatin1(options).split(u'|') << status << out
+                           << QString::fromUtf8(err);
+    };
+    row("every live tag", "--at|2024/05/01 09:59:59", 0, daily + dated, "");
+    row("one tag", "--at|2024/05/01 09:59:59|--tag|2", 0, dated, "");
+    row("tag in the trash", "--tag|3", 1, {}, "no live tag 00003");
+    row("bad moment", "--at|2024/13/01 00:00:00", 1, {}, "not of the form");
 }
 
 void TestCli::evalSaysWhy()
@@ -422,28 +419,22 @@ void TestCli::mailCommands_data()
     QTest::addColumn<bool>("recipients");
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("printed");
-    const QStringList test{QStringLiteral("mail-test")};
-    const QStringList mail{QStringLiteral("mail"), QStringLiteral("--tag"), QStringLiteral("1")};
-    QTest::newRow("test passes") << "normal" << test << false << 0
-                                 << QStringLiteral("接続テストに成功しました。");
-    QTest::newRow("test refused")
-        << "ehlo-and-helo-5xx" << test << false << 1
-        << QStringLiteral("接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
-    QTest::newRow("mail sent") << "normal" << mail << true << 0 << QStringLiteral("sent tag 1");
-    QTest::newRow("recipient refused")
-        << "rcpt-4xx" << mail << true << 1
-        << QStringLiteral(
-               "メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
-    QTest::newRow("no recipients")
-        << "normal" << mail << false << 1
-        << QStringLiteral("An e-mail address isn't found out. It stops the sending of e-mail.");
-    QTest::newRow("no such tag") << "normal"
-                                 << QStringList{QStringLiteral("mail"), QStringLiteral("--tag"),
-                                                QStringLiteral("7")}
-                                 << true << 1 << QStringLiteral("7");
-    QTest::newRow("no tag given")
-        << "normal" << QStringList{QStringLiteral("mail")} << true << 1
-        << QStringLiteral("usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
+    auto row = [](const char *tag, const char *modes, const char *args, bool recipients, int status,
+                  const char *printed) {
+        QTest::newRow(tag) << QString::fromLatin1(modes) << QString::fromLatin1(args).split(u' ')
+                           << recipients << status << QString::fromUtf8(printed);
+    };
+    row("test passes", "normal", "mail-test", false, 0, "接続テストに成功しました。");
+    row("test refused", "ehlo-and-helo-5xx", "mail-test", false, 1,
+        "接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
+    row("mail sent", "normal", "mail --tag 1", true, 0, "sent tag 1");
+    row("recipient refused", "rcpt-4xx", "mail --tag 1", true, 1,
+        "メール送信に失敗しました。　SMTP Server Error status Received (RCPT TO)");
+    row("no recipients", "normal", "mail --tag 1", false, 1,
+        "An e-mail address isn't found out. It stops the sending of e-mail.");
+    row("no such tag", "normal", "mail --tag 7", true, 1, "7");
+    row("no tag given", "normal", "mail", true, 1,
+        "usage: pinboard-cli mail-test [DIR] | mail [DIR] --tag N");
 }
 
 void TestCli::mailCommands()

@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "commlog.h"
 #include "cp932.h"
+#include "loopback.h"
 #include "manualclock.h"
 #include "netendpoint.h"
 #include "prompt.h"
@@ -22,11 +23,6 @@ Q_DECLARE_METATYPE(PrivateChat::Event)
 Q_DECLARE_METATYPE(PrivateChat::Action)
 
 namespace {
-constexpr quint32 Lo(int host)
-{
-    return 0x7F000000u | quint32(host);
-}
-
 struct Peer
 {
     Peer(const QString &logPath, const Clock &clock)
@@ -68,9 +64,8 @@ private:
 
 void TestChat::init()
 {
-    QUdpSocket probe;
-    QVERIFY(probe.bind(QHostAddress(Lo(1)), 0));
-    m_port = probe.localPort();
+    m_port = freeLoopbackPort();
+    QVERIFY(m_port);
 }
 
 void TestChat::cleanup()
@@ -82,13 +77,7 @@ Peer &TestChat::start(int host, const QString &name)
 {
     m_peers.push_back(
         std::make_unique<Peer>(m_dir.filePath(QStringLiteral("p%1.log").arg(host)), m_clock));
-    NetConfig c;
-    c.port = m_port;
-    c.userName = name;
-    c.localIp = Lo(host);
-    c.targets[0] = {0x7F0000FF, true};
-    c.bindAddress = QHostAddress(Lo(host));
-    m_peers.back()->ep.StartNetwork(c);
+    m_peers.back()->ep.StartNetwork(loopbackConfig(m_port, host, name));
     return *m_peers.back();
 }
 
@@ -173,10 +162,9 @@ void TestChat::refusedWhileBusy()
     QSignalSpy failed(&a.chat, &ChatSession::requestFailed);
     a.chat.requestPrivate(Lo(2), QStringLiteral("佐藤"));
     QTRY_COMPARE(failed.size(), 1);
-    QCOMPARE(a.prompt.shown, QStringList{ChatSession::busyText()});
-    QCOMPARE(ChatSession::busyText(),
-             QStringLiteral("相手先は、既に他の人とプライベートチャットをしています。"
-                            "しばらく待ってから再度試して下さい。"));
+    QCOMPARE(a.prompt.shown,
+             QStringList{QStringLiteral("相手先は、既に他の人とプライベートチャットをしています。"
+                                        "しばらく待ってから再度試して下さい。")});
     QCOMPARE(int(a.chat.PrivateChatState()), 0);
     // The talk of 佐藤 and 鈴木 goes on.
     QCOMPARE(b.chat.partnerAddress(), Lo(3));

@@ -5,8 +5,6 @@
 #include "netlog.h"
 #include "participants.h"
 
-#include <QFile>
-#include <QRegularExpression>
 #include <QTest>
 
 using namespace Net;
@@ -43,7 +41,6 @@ private Q_SLOTS:
     void participantCap();
     void targetNetworks_data();
     void targetNetworks();
-    void docsMatchTheWire();
 };
 
 void TestDatagram::decodeRules_data()
@@ -383,40 +380,6 @@ void TestDatagram::targetNetworks()
     QCOMPARE(acceptsSource(c, from), inside);
     c.acceptOutside = true;
     QVERIFY(acceptsSource(c, from));
-}
-
-// docs/file-formats.md is what the other side of the wire is written from.
-void TestDatagram::docsMatchTheWire()
-{
-    QFile file(QStringLiteral(PINBOARD_DOCS "/file-formats.md"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QString doc = QString::fromUtf8(file.readAll());
-    const qsizetype start = doc.indexOf(QStringLiteral("### Tag record datagram"));
-    QVERIFY(start > 0);
-    const QStringList lines =
-        doc.mid(start, doc.indexOf(QStringLiteral("\n## "), start) - start).split(u'\n');
-    static const QRegularExpression row(
-        QStringLiteral("^\\| (\\d+) \\| text (\\d+)( × (\\d+))? \\| (\\w+) \\|"));
-    int i = 0;
-    for (const QString &line : lines) {
-        const auto m = row.match(line);
-        if (!m.hasMatch())
-            continue;
-        const FieldDef &f = TagDatagram::fields()[std::size_t(i++)];
-        QCOMPARE(m.captured(5), QString::fromLatin1(f.name));
-        QCOMPARE(m.captured(1).toInt(), f.offset);
-        QCOMPARE(m.captured(2).toInt(), f.length);
-        QCOMPARE(m.captured(4).isEmpty() ? 1 : m.captured(4).toInt(), f.count);
-    }
-    QCOMPARE(i, int(TagWire::FieldCount));
-    static const QRegularExpression code(QStringLiteral("^\\| 0x([0-9A-F]{2}) \\| `([^`]+)` \\|"),
-                                         QRegularExpression::MultilineOption);
-    int codes = 0;
-    for (auto it = code.globalMatch(doc); it.hasNext(); ++codes) {
-        const auto m = it.next();
-        QCOMPARE(m.captured(2), label(codeOf(uchar(m.captured(1).toInt(nullptr, 16)))));
-    }
-    QCOMPARE(codes, 14);
 }
 
 QTEST_GUILESS_MAIN(TestDatagram)

@@ -9,6 +9,7 @@
 #include "editorhost.h"
 #include "fileset.h"
 #include "frmnetwork.h"
+#include "loopback.h"
 #include "mainmenu.h"
 #include "manualclock.h"
 #include "netdesk.h"
@@ -47,6 +48,24 @@ template <typename T> T *topLevel(const char *name)
     }
     return nullptr;
 }
+
+bool startOnHost(TagMain &main)
+{
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    return main.start();
+}
+
+// What a raw socket heard since the last call, the peers' start requests left out.
+QList<QByteArray> drain(QUdpSocket &socket)
+{
+    QList<QByteArray> got;
+    while (socket.hasPendingDatagrams()) {
+        const QByteArray bytes = socket.receiveDatagram().data();
+        if (!bytes.startsWith('\xFF'))
+            got << bytes;
+    }
+    return got;
+}
 } // namespace
 
 class TestLanMain : public QObject
@@ -68,7 +87,7 @@ private Q_SLOTS:
 private:
     void writeSettings(const QString &host, bool log);
     void trigger(TagMain &main, const char *entry);
-    NetConfig bobOn127002() const;
+    NetConfig bobOn127002() const { return loopbackConfig(m_port, 2, QStringLiteral("bob")); }
 
     QTemporaryDir m_dir;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0))};
@@ -78,9 +97,8 @@ private:
 
 void TestLanMain::init()
 {
-    QUdpSocket probe;
-    QVERIFY(probe.bind(QHostAddress(QStringLiteral("127.0.0.1")), 0));
-    m_port = probe.localPort();
+    m_port = freeLoopbackPort();
+    QVERIFY(m_port);
     m_prompt.shown.clear();
     for (const QString &f : QDir(m_dir.path()).entryList(QDir::Files))
         QFile::remove(m_dir.filePath(f));
@@ -112,8 +130,7 @@ void TestLanMain::trigger(TagMain &main, const char *entry)
 void TestLanMain::unconfiguredRefusesTheLanEntries()
 {
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     QVERIFY(!main.net()->endpoint().isStarted());
     trigger(main, "mnu_Group");
     trigger(main, "mnu_Retry_Net");
@@ -125,8 +142,7 @@ void TestLanMain::changedHostKeepsTheNetworkDown()
 {
     writeSettings(QStringLiteral("old-desk"), false);
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     QCOMPARE(m_prompt.shown,
              QStringList(QStringLiteral(
                  "ネットワークの設定が変更された為、ネットワークの設定を今回は確立しません。")));
@@ -135,18 +151,6 @@ void TestLanMain::changedHostKeepsTheNetworkDown()
     QCOMPARE(m_prompt.shown.last(), NetDesk::notConfiguredText());
     // The stored settings stay as they were.
     QCOMPARE(main.env().text(Env::NetHostName), QStringLiteral("old-desk"));
-}
-
-// A second copy, "bob" on 127.0.0.2, sweeping 127.0.0.x on the test's port.
-NetConfig TestLanMain::bobOn127002() const
-{
-    NetConfig c;
-    c.port = m_port;
-    c.userName = QStringLiteral("bob");
-    c.localIp = 0x7F000002;
-    c.targets[0] = {0x7F0000FF, true};
-    c.bindAddress = QHostAddress(c.localIp);
-    return c;
 }
 
 void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
@@ -158,8 +162,7 @@ void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
     const NetConfig c = bobOn127002();
     {
         TagMain main(m_dir.path(), m_prompt, m_clock);
-        main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-        QVERIFY(main.start());
+        QVERIFY(startOnHost(main));
         QVERIFY(m_prompt.shown.isEmpty());
         QVERIFY(main.net()->endpoint().isStarted());
         QVERIFY(peer.StartNetwork(c));
@@ -202,8 +205,7 @@ void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
 void TestLanMain::savingSettingsRestartsWithoutLogout()
 {
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     CommLog peerLog({}, m_clock);
     ScriptedPrompt peerPrompt;
     NetEndpoint peer(peerLog, m_clock, peerPrompt);
@@ -239,8 +241,7 @@ void TestLanMain::savingSettingsRestartsWithoutLogout()
 void TestLanMain::adapterPages()
 {
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     trigger(main, "mnu_ShowNetWork");
     auto *info = topLevel<FrmNetwork>("frmNetwork");
     QVERIFY(info);
@@ -269,19 +270,11 @@ void TestLanMain::receivedTagsOnTheDesktop()
         sealForSending(wire, sealed, {}, QStringLiteral("127.0.0.2"), QStringLiteral("佐藤"));
         sato.writeDatagram(wire.bytes(), QHostAddress(Host.address), m_port);
     };
-    QList<QByteArray> got; // what 佐藤 heard, start requests left out
-    auto answers = [&] {
-        while (sato.hasPendingDatagrams()) {
-            const QByteArray bytes = sato.receiveDatagram().data();
-            if (!bytes.startsWith('\xFF'))
-                got << bytes;
-        }
-        return got;
-    };
+    QList<QByteArray> got; // what 佐藤 heard
+    auto answers = [&] { return got += drain(sato); };
     {
         TagMain main(m_dir.path(), m_prompt, m_clock);
-        main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-        QVERIFY(main.start());
+        QVERIFY(startOnHost(main));
         send(false, QStringLiteral("plain"));
         QTRY_VERIFY(main.display()->window(1));
         TagWindow *w = main.display()->window(1);
@@ -298,8 +291,7 @@ void TestLanMain::receivedTagsOnTheDesktop()
     QTRY_COMPARE(answers().size(), 2);
     got.clear();
     TagMain again(m_dir.path(), m_prompt, m_clock);
-    again.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(again.start());
+    QVERIFY(startOnHost(again));
     auto *form = topLevel<QWidget>("SealedForm");
     QVERIFY(form);
     QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_IPAddress"))->text(),
@@ -320,8 +312,7 @@ void TestLanMain::chatWindows()
     NetEndpoint peer(peerLog, m_clock, peerPrompt);
     ChatSession bob(peer, peerPrompt);
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     QVERIFY(peer.StartNetwork(bobOn127002()));
     QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
 
@@ -387,19 +378,11 @@ void TestLanMain::textAsTag()
     QUdpSocket sato;
     QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     QVERIFY(main.net()->sendTextAsTag(QStringLiteral("メモ\nです"), {0x7F000002}));
     QVERIFY(!main.net()->sendTextAsTag(QStringLiteral("x"), {0x7F000002})); // one at a time
     QList<QByteArray> got;
-    QTRY_VERIFY(([&] {
-        while (sato.hasPendingDatagrams()) {
-            const QByteArray bytes = sato.receiveDatagram().data();
-            if (!bytes.startsWith('\xFF'))
-                got << bytes;
-        }
-        return got.size() >= 3;
-    }()));
+    QTRY_VERIFY((got += drain(sato)).size() >= 3);
     QCOMPARE(got.size(), 3);
     QCOMPARE(got[0], got[1]);
     QCOMPARE(got[0], Net::dummy());
@@ -418,8 +401,7 @@ void TestLanMain::editorAndTagMenuSend()
     QUdpSocket bob;
     QVERIFY(bob.bind(QHostAddress(0x7F000002), m_port));
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     bob.writeDatagram(Net::startAnswer(QStringLiteral("bob"), {}), QHostAddress(Host.address),
                       m_port);
     QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
@@ -442,17 +424,10 @@ void TestLanMain::editorAndTagMenuSend()
     users->item(0)->setSelected(true);
     select->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
     QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
-    QByteArray tag;
-    QTRY_VERIFY(([&] {
-        while (bob.hasPendingDatagrams()) {
-            const QByteArray bytes = bob.receiveDatagram().data();
-            if (bytes.size() == Net::TagRecordSize)
-                tag = bytes;
-        }
-        return !tag.isEmpty();
-    }()));
+    QList<QByteArray> got;
+    QTRY_VERIFY(!(got += drain(bob)).isEmpty() && got.last().size() == Net::TagRecordSize);
     Net::TagDatagram wire;
-    wire.setBytes(tag);
+    QVERIFY(wire.setBytes(got.last()));
     QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("from the editor"));
     editor->reject();
 
@@ -479,8 +454,7 @@ void TestLanMain::answersOnTheDesktop()
     QUdpSocket sato;
     QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
     TagMain main(m_dir.path(), m_prompt, m_clock);
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    QVERIFY(main.start());
+    QVERIFY(startOnHost(main));
     const QHostAddress to(Host.address);
     sato.writeDatagram("\x02" + Cp932::encode(u"佐藤"), to, m_port);
     sato.writeDatagram("\x02" + Cp932::encode(u"鈴木"), to, m_port);

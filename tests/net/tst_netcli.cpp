@@ -52,21 +52,20 @@ void TestNetCli::sendAndListen()
                                 m_port,
                                 QStringLiteral("--bind"),
                                 QStringLiteral("127.0.0.8")};
+    auto send = [&](const QString &type, const QString &text, int *status = nullptr) {
+        QStringList args = QStringList{QStringLiteral("net-send")} + common;
+        args << QStringLiteral("--type") << type;
+        if (!text.isEmpty())
+            args << QStringLiteral("--text") << text;
+        return run(args, status);
+    };
     int status = -1;
-    QCOMPARE(run(QStringList{QStringLiteral("net-send")} + common +
-                     QStringList{QStringLiteral("--type"), QStringLiteral("0xFF"),
-                                 QStringLiteral("--text"), QStringLiteral("山田")},
-                 &status),
+    QCOMPARE(send(QStringLiteral("0xFF"), QStringLiteral("山田"), &status),
              "sent 11 bytes to 127.0.0.9:" + m_port.toLatin1() + "\n");
     QCOMPARE(status, 0);
-    run(QStringList{QStringLiteral("net-send")} + common +
-        QStringList{QStringLiteral("--type"), QStringLiteral("1")});
-    run(QStringList{QStringLiteral("net-send")} + common +
-        QStringList{QStringLiteral("--type"), QStringLiteral("tag"), QStringLiteral("--text"),
-                    QStringLiteral("memo")});
-    run(QStringList{QStringLiteral("net-send")} + common +
-        QStringList{QStringLiteral("--type"), QStringLiteral("253"), QStringLiteral("--text"),
-                    QStringLiteral("hi")});
+    send(QStringLiteral("1"), {});
+    send(QStringLiteral("tag"), QStringLiteral("memo"));
+    send(QStringLiteral("253"), QStringLiteral("hi"));
     QUdpSocket raw;
     QVERIFY(raw.bind(QHostAddress(QStringLiteral("127.0.0.7")), 0));
     raw.writeDatagram("\xFF"
@@ -93,33 +92,18 @@ void TestNetCli::sendAndListen()
 
 void TestNetCli::usageErrors_data()
 {
-    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QStringList>("args"); // the data folder goes after the command
     QTest::addColumn<QByteArray>("error");
-    const QString p = QStringLiteral("--port");
-    QTest::newRow("no --to") << QStringList{QStringLiteral("net-send"), p, QStringLiteral("4000"),
-                                            QStringLiteral("--type"), QStringLiteral("1")}
-                             << QByteArray("usage: pinboard-cli net-send");
-    QTest::newRow("bad address") << QStringList{QStringLiteral("net-send"),
-                                                p,
-                                                QStringLiteral("4000"),
-                                                QStringLiteral("--to"),
-                                                QStringLiteral("10.0.0"),
-                                                QStringLiteral("--type"),
-                                                QStringLiteral("1")}
-                                 << QByteArray("--to: expected a dotted IPv4 address");
-    QTest::newRow("code 12") << QStringList{QStringLiteral("net-send"),  p,
-                                            QStringLiteral("4000"),      QStringLiteral("--to"),
-                                            QStringLiteral("127.0.0.9"), QStringLiteral("--type"),
-                                            QStringLiteral("12")}
-                             << QByteArray("--type: expected");
-    QTest::newRow("no port") << QStringList{QStringLiteral("net-listen")} << QByteArray("no port");
-    QTest::newRow("port 70000") << QStringList{QStringLiteral("net-listen"), p,
-                                               QStringLiteral("70000")}
-                                << QByteArray("--port: expected 1-65535");
-    QTest::newRow("listen with --to")
-        << QStringList{QStringLiteral("net-listen"), p, QStringLiteral("4000"),
-                       QStringLiteral("--to"), QStringLiteral("127.0.0.9")}
-        << QByteArray("usage:");
+    auto row = [](const char *tag, const char *args, const char *error) {
+        QTest::newRow(tag) << QString::fromLatin1(args).split(u' ') << QByteArray(error);
+    };
+    row("no --to", "net-send --port 4000 --type 1", "usage: pinboard-cli net-send");
+    row("bad address", "net-send --port 4000 --to 10.0.0 --type 1",
+        "--to: expected a dotted IPv4 address");
+    row("code 12", "net-send --port 4000 --to 127.0.0.9 --type 12", "--type: expected");
+    row("no port", "net-listen", "no port");
+    row("port 70000", "net-listen --port 70000", "--port: expected 1-65535");
+    row("listen with --to", "net-listen --port 4000 --to 127.0.0.9", "usage:");
 }
 
 void TestNetCli::usageErrors()

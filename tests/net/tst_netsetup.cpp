@@ -15,10 +15,8 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <functional>
 
-using Edit = std::function<void(NetSetupInput &)>;
-Q_DECLARE_METATYPE(Edit)
+using namespace Qt::StringLiterals;
 
 namespace {
 NetSetupInput valid()
@@ -30,10 +28,26 @@ NetSetupInput valid()
                     QStringLiteral("255")};
     return in;
 }
-void setRow(NetSetupInput &in, int row, const char *a, const char *b, const char *c, const char *d)
+void setRow(NetSetupInput &in, int row, const QString &dotted)
 {
-    in.octets[std::size_t(row)] = {QString::fromLatin1(a), QString::fromLatin1(b),
-                                   QString::fromLatin1(c), QString::fromLatin1(d)};
+    const QStringList parts = dotted.split(u'.');
+    for (int i = 0; i < 4; ++i)
+        in.octets[std::size_t(row)][std::size_t(i)] = parts.value(i);
+}
+// Edits to the valid input, ";"-separated: port=P, name=N, rowR=a.b.c.d, seqR.
+void applyEdits(NetSetupInput &in, const QString &edits)
+{
+    for (const QString &e : edits.split(u';', Qt::SkipEmptyParts)) {
+        const QString key = e.section(u'=', 0, 0), value = e.section(u'=', 1);
+        if (key == u"port")
+            in.port = value;
+        else if (key == u"name")
+            in.userName = value;
+        else if (key.startsWith(u"row"))
+            setRow(in, key.mid(3).toInt(), value);
+        else if (key.startsWith(u"seq"))
+            in.sequential[std::size_t(key.mid(3).toInt())] = true;
+    }
 }
 const LocalIdentity Here{QStringLiteral("desk1"), 0x7F000001};
 } // namespace
@@ -55,122 +69,68 @@ private Q_SLOTS:
 
 void TestNetSetup::checks_data()
 {
-    QTest::addColumn<Edit>("edit");
+    QTest::addColumn<QString>("edits");
     QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("control");
-    auto row = [](const char *tag, Edit e, const char16_t *message = u"",
+    auto row = [](const char *tag, const QString &edits, const char16_t *message = u"",
                   const char *control = "") {
-        QTest::newRow(tag) << e << QString::fromUtf16(message) << QString::fromLatin1(control);
+        QTest::newRow(tag) << edits << QString::fromUtf16(message) << QString::fromLatin1(control);
     };
-    row("valid", [](NetSetupInput &) {});
-    row(
-        "port empty", [](NetSetupInput &i) { i.port = QStringLiteral("  "); },
-        u"ポート番号を指定して下さい。", "txt_PortNo");
-    row(
-        "port with a letter", [](NetSetupInput &i) { i.port = QStringLiteral("12a22"); },
-        u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
-    row(
-        "port negative", [](NetSetupInput &i) { i.port = QStringLiteral("-1024"); },
-        u"ポート番号は、数値を指定して下さい。", "txt_PortNo");
-    row(
-        "port 999", [](NetSetupInput &i) { i.port = QStringLiteral("999"); },
-        u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
-    row(
-        "port 0999", [](NetSetupInput &i) { i.port = QStringLiteral("0999"); },
-        u"ポート番号は、４桁以上で指定して下さい。", "txt_PortNo");
-    row("port 1024", [](NetSetupInput &i) { i.port = QStringLiteral("1024"); });
-    row("port 65535", [](NetSetupInput &i) { i.port = QStringLiteral("65535"); });
-    row(
-        "port 65536", [](NetSetupInput &i) { i.port = QStringLiteral("65536"); },
-        u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
-    row(
-        "port huge", [](NetSetupInput &i) { i.port = QStringLiteral("99999999999999999999"); },
-        u"ポート番号は、６５５３５以内で指定して下さい。", "txt_PortNo");
-    row(
-        "port checked before name",
-        [](NetSetupInput &i) {
-            i.port.clear();
-            i.userName.clear();
-        },
-        u"ポート番号を指定して下さい。", "txt_PortNo");
-    row(
-        "name empty", [](NetSetupInput &i) { i.userName = QStringLiteral(" "); },
-        u"ユーザー名を指定して下さい。", "txt_UserName");
-    row("name 16 kanji", [](NetSetupInput &i) { i.userName = QString(16, QChar(0x5C71)); });
-    row(
-        "name 17 kanji", [](NetSetupInput &i) { i.userName = QString(17, QChar(0x5C71)); },
-        u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
-    row("name 32 ascii", [](NetSetupInput &i) { i.userName = QString(32, u'a'); });
-    row(
-        "name 33 ascii", [](NetSetupInput &i) { i.userName = QString(33, u'a'); },
-        u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。", "txt_UserName");
-    row("first octet 253", [](NetSetupInput &i) { setRow(i, 0, "253", "1", "1", "255"); });
-    row(
-        "first octet 254", [](NetSetupInput &i) { setRow(i, 0, "254", "1", "1", "255"); },
-        u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
-    row(
-        "second octet 254, row 3", [](NetSetupInput &i) { setRow(i, 3, "10", "254", "1", "255"); },
-        u"アドレスに２５４以上の値は指定できません。", "txt_IP2_3");
-    row("third octet 255", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "255", "255"); });
-    row(
-        "third octet 256", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "256", "255"); },
-        u"アドレスに２５５以上の値は指定できません。", "txt_IP3_0");
-    row(
-        "fourth octet 999", [](NetSetupInput &i) { setRow(i, 0, "10", "1", "1", "999"); },
-        u"アドレスに２５５以上の値は指定できません。", "txt_IP4_0");
-    row(
-        "range before partial", [](NetSetupInput &i) { setRow(i, 0, "300", "", "", ""); },
-        u"アドレスに２５４以上の値は指定できません。", "txt_IP1_0");
-    row(
-        "partial row", [](NetSetupInput &i) { setRow(i, 2, "10", "1", "", "255"); },
-        u"アドレスは、全て入力して下さい。", "txt_IP3_2");
-    row(
-        "192.168.1.0", [](NetSetupInput &i) { setRow(i, 0, "192", "168", "1", "0"); },
-        u"アドレスに０は指定できません。", "txt_IP4_0");
-    row(
-        "0.1.1.255", [](NetSetupInput &i) { setRow(i, 0, "0", "1", "1", "255"); },
-        u"アドレスに０は指定できません。", "txt_IP1_0");
-    row("zeros inside are fine", [](NetSetupInput &i) { setRow(i, 0, "10", "0", "0", "255"); });
-    row(
-        "earlier row first",
-        [](NetSetupInput &i) {
-            setRow(i, 1, "10", "1", "", "");
-            setRow(i, 2, "999", "1", "1", "1");
-        },
-        u"アドレスは、全て入力して下さい。", "txt_IP3_1");
-    row(
-        "no row", [](NetSetupInput &i) { setRow(i, 0, "", "", "", ""); },
-        u"ブロードキャストアドレスを、少なくとも１個所は指定して下さい。", "txt_IP1_0");
-    row("only row 15", [](NetSetupInput &i) {
-        setRow(i, 0, "", "", "", "");
-        setRow(i, 15, "10", "1", "2", "3");
-    });
-    row(
-        "sequential on .1",
-        [](NetSetupInput &i) {
-            setRow(i, 4, "10", "1", "2", "1");
-            i.sequential[4] = true;
-        },
+    const char16_t *portDigits = u"ポート番号は、数値を指定して下さい。";
+    const char16_t *port4 = u"ポート番号は、４桁以上で指定して下さい。";
+    const char16_t *portMax = u"ポート番号は、６５５３５以内で指定して下さい。";
+    const char16_t *nameLong = u"ユーザー名が長すぎます。漢字１６文字以内で入力して下さい。";
+    const char16_t *over254 = u"アドレスに２５４以上の値は指定できません。";
+    const char16_t *over255 = u"アドレスに２５５以上の値は指定できません。";
+    const char16_t *partial = u"アドレスは、全て入力して下さい。";
+    const char16_t *zero = u"アドレスに０は指定できません。";
+    row("valid", {});
+    row("port empty", u"port=  "_s, u"ポート番号を指定して下さい。", "txt_PortNo");
+    row("port with a letter", u"port=12a22"_s, portDigits, "txt_PortNo");
+    row("port negative", u"port=-1024"_s, portDigits, "txt_PortNo");
+    row("port 999", u"port=999"_s, port4, "txt_PortNo");
+    row("port 0999", u"port=0999"_s, port4, "txt_PortNo");
+    row("port 1024", u"port=1024"_s);
+    row("port 65535", u"port=65535"_s);
+    row("port 65536", u"port=65536"_s, portMax, "txt_PortNo");
+    row("port huge", u"port=99999999999999999999"_s, portMax, "txt_PortNo");
+    row("port checked before name", u"port=;name="_s, u"ポート番号を指定して下さい。",
+        "txt_PortNo");
+    row("name empty", u"name= "_s, u"ユーザー名を指定して下さい。", "txt_UserName");
+    row("name 16 kanji", u"name="_s + QString(16, QChar(0x5C71)));
+    row("name 17 kanji", u"name="_s + QString(17, QChar(0x5C71)), nameLong, "txt_UserName");
+    row("name 32 ascii", u"name="_s + QString(32, u'a'));
+    row("name 33 ascii", u"name="_s + QString(33, u'a'), nameLong, "txt_UserName");
+    row("first octet 253", u"row0=253.1.1.255"_s);
+    row("first octet 254", u"row0=254.1.1.255"_s, over254, "txt_IP1_0");
+    row("second octet 254, row 3", u"row3=10.254.1.255"_s, over254, "txt_IP2_3");
+    row("third octet 255", u"row0=10.1.255.255"_s);
+    row("third octet 256", u"row0=10.1.256.255"_s, over255, "txt_IP3_0");
+    row("fourth octet 999", u"row0=10.1.1.999"_s, over255, "txt_IP4_0");
+    row("range before partial", u"row0=300..."_s, over254, "txt_IP1_0");
+    row("partial row", u"row2=10.1..255"_s, partial, "txt_IP3_2");
+    row("192.168.1.0", u"row0=192.168.1.0"_s, zero, "txt_IP4_0");
+    row("0.1.1.255", u"row0=0.1.1.255"_s, zero, "txt_IP1_0");
+    row("zeros inside are fine", u"row0=10.0.0.255"_s);
+    row("earlier row first", u"row1=10.1..;row2=999.1.1.1"_s, partial, "txt_IP3_1");
+    row("no row", u"row0=..."_s, u"ブロードキャストアドレスを、少なくとも１個所は指定して下さい。",
+        "txt_IP1_0");
+    row("only row 15", u"row0=...;row15=10.1.2.3"_s);
+    row("sequential on .1", u"row4=10.1.2.1;seq4"_s,
         u"シーケンシャル送信を行う場合は、２５５を指定して下さい。", "txt_IP4_4");
-    row("sequential on .255", [](NetSetupInput &i) { i.sequential[0] = true; });
-    row("sequential on an empty row", [](NetSetupInput &i) { i.sequential[9] = true; });
-    row(
-        "sequential checked after all rows",
-        [](NetSetupInput &i) {
-            setRow(i, 1, "10", "1", "2", "1");
-            i.sequential[1] = true;
-            setRow(i, 2, "10", "1", "2", "");
-        },
-        u"アドレスは、全て入力して下さい。", "txt_IP4_2");
+    row("sequential on .255", u"seq0"_s);
+    row("sequential on an empty row", u"seq9"_s);
+    row("sequential checked after all rows", u"row1=10.1.2.1;seq1;row2=10.1.2."_s, partial,
+        "txt_IP4_2");
 }
 
 void TestNetSetup::checks()
 {
-    QFETCH(Edit, edit);
+    QFETCH(QString, edits);
     QFETCH(QString, message);
     QFETCH(QString, control);
     NetSetupInput in = valid();
-    edit(in);
+    applyEdits(in, edits);
     const auto fault = validateNetSetup(in);
     QCOMPARE(fault ? fault->message : QString(), message);
     QCOMPARE(fault ? fault->control : QString(), control);
@@ -203,7 +163,7 @@ void TestNetSetup::storing()
     NetSetupInput in = valid();
     in.port = QStringLiteral("54321");
     in.userName = QStringLiteral(" 山田\t太郎 ");
-    setRow(in, 5, "10", "77", "0", "255");
+    setRow(in, 5, QStringLiteral("10.77.0.255"));
     in.sequential[0] = true;
     in.sequential[7] = true; // an empty row keeps no flag
     EnvRecord env;
