@@ -31,6 +31,7 @@ void TestCp932::mapping_data()
         << QStringLiteral("ＭＳ Ｐゴシック")
         << QByteArray("\x82\x6C\x82\x72\x20\x82\x6F\x83\x53\x83\x56\x83\x62\x83\x4E");
     QTest::newRow("ascii") << QStringLiteral("Pin 1") << QByteArray("Pin 1");
+    QTest::newRow("IBM row, lead 0xFB") << QStringLiteral("髙") << QByteArray("\xFB\xFC");
 }
 
 void TestCp932::mapping()
@@ -56,6 +57,9 @@ void TestCp932::cut_data()
     QTest::newRow("kana are single bytes") << QStringLiteral("ｱｲｳｴ") << 3 << QStringLiteral("ｱｲｳ");
     QTest::newRow("zero") << QStringLiteral("あ") << 0 << QString();
     QTest::newRow("one before double") << QStringLiteral("あ") << 1 << QString();
+    // Lead bytes 0xF0-0xFC start pairs too (髙 is 0xFB 0xFC, ⅰ 0xFA 0x40).
+    QTest::newRow("lead 0xFB") << QStringLiteral("a髙b") << 2 << QStringLiteral("a");
+    QTest::newRow("lead 0xFA") << QStringLiteral("ⅰⅰ") << 3 << QStringLiteral("ⅰ");
 }
 
 void TestCp932::cut()

@@ -1,7 +1,7 @@
 #include "addressbook.h"
 #include "addressbookfile.h"
+#include "testfiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -25,19 +25,6 @@ AddressBookData smallBook()
     d.group3 = {QString(), QString()};
     return d;
 }
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
-}
-
-bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
 } // namespace
 
 class TestAddressBook : public QObject
@@ -82,7 +69,7 @@ void TestAddressBook::writesExactBytes()
                                 "\",\""
                                 "\xbb\xce\xdf\xb0\xc4"
                                 "\",\"\"\r\n";
-    QCOMPARE(readAll(path), expected);
+    QCOMPARE(fileBytes(path), expected);
     const auto read = readAddressBook(path, &error);
     QVERIFY(read);
     QCOMPARE(*read, smallBook());
@@ -105,7 +92,7 @@ void TestAddressBook::readsHandWrittenFile()
                              "\r\n"                                    // blank
                              "plain name , plain@example.jp\n"         // unquoted, LF only
                              "\"OnlyName\"";                           // a group, no line end
-    QVERIFY(writeBytes(path, bytes));
+    QVERIFY(writeFile(path, bytes));
     for (const char *why : {"line 4: text after a closing quote", "line 5: unclosed quote",
                             "line 6: more than 5 fields"}) {
         QTest::ignoreMessage(QtWarningMsg,
@@ -139,13 +126,13 @@ void TestAddressBook::failures()
     // A field the format cannot hold is refused and the old file stays as it was.
     const QString path = m_dir.filePath(QStringLiteral("refuse.dt3"));
     QVERIFY(writeAddressBook(path, smallBook()));
-    const QByteArray before = readAll(path);
+    const QByteArray before = fileBytes(path);
     for (const QString &bad :
          {QStringLiteral("a\"b"), QStringLiteral("a\nb"), QStringLiteral("😀")}) {
         AddressBookData d = smallBook();
         d.group3[0] = bad;
         QVERIFY(!writeAddressBook(path, d, &error));
-        QCOMPARE(readAll(path), before);
+        QCOMPARE(fileBytes(path), before);
     }
 }
 

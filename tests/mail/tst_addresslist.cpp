@@ -4,17 +4,17 @@
 #include "sendmail.h"
 #include "settings.h"
 #include "tagstore.h"
+#include "tempstore.h"
+#include "testfiles.h"
 
 #include <QAction>
 #include <QComboBox>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -72,16 +72,9 @@ private:
     void type(const QString &name, const QString &address, int group1 = 0, int group2 = 0);
     QTreeWidget *people() const { return child<QTreeWidget>(m_window.get(), "lst_AddrList"); }
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
+    std::unique_ptr<TempStore> m_data;
+    TagStore *m_store = nullptr;
+    Settings &settings() { return m_data->settings(); }
     QString m_dt3;
     AddressBook m_book;
     ScriptedPrompt m_prompt;
@@ -90,10 +83,9 @@ private:
 
 void TestAddressList::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(m_store->writeEnv(EnvRecord()));
-    m_dt3 = m_dir->filePath(QStringLiteral("Pinboard.dt3"));
+    m_data = std::make_unique<TempStore>();
+    m_store = &m_data->store;
+    m_dt3 = m_data->path(QStringLiteral("Pinboard.dt3"));
     m_book = startBook();
     m_prompt.shown.clear();
     m_prompt.titles.clear();
@@ -297,10 +289,8 @@ void TestAddressList::saveAndClose()
     }
     const bool written = saveFirst || answer;
     QCOMPARE(m_book.groups().contains(QStringLiteral("開発")), written);
-    QFile file(m_dt3);
-    QCOMPARE(file.open(QIODevice::ReadOnly), written);
-    if (written)
-        QCOMPARE(file.readAll(), addressBookBytes(m_window->edited().data()));
+    QCOMPARE(fileBytes(m_dt3),
+             written ? addressBookBytes(m_window->edited().data()) : QByteArray());
 }
 
 void TestAddressList::sendMail()

@@ -1,4 +1,5 @@
 #include "mailcompose.h"
+#include "testfiles.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -21,12 +22,6 @@ MailContent sample()
     m.subject = QStringLiteral("S");
     m.body = QStringLiteral("b");
     return m;
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
 }
 
 // What Python's mail parser reads from the mail a server would store (all

@@ -8,6 +8,7 @@
 #include "smtpserverprocess.h"
 #include "smtpsetup.h"
 #include "tagstore.h"
+#include "tempstore.h"
 
 #include <QFile>
 #include <QLabel>
@@ -15,7 +16,6 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -41,16 +41,9 @@ private Q_SLOTS:
     void connectionTest();
 
 private:
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
+    std::unique_ptr<TempStore> m_data;
+    TagStore *m_store = nullptr;
+    Settings &settings() { return m_data->settings(); }
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0))};
     std::unique_ptr<CommLog> m_log;
     std::unique_ptr<ScriptedPrompt> m_prompt;
@@ -60,15 +53,15 @@ private:
 
 void TestSmtpSetup::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
+    m_data = std::make_unique<TempStore>();
+    m_store = &m_data->store;
     EnvRecord env;
     env.setText(Env::SmtpServer, QStringLiteral("mail.example.com"));
     env.setLong(Env::SmtpPort, 587);
     env.setLong(Env::SmtpTimeStep, 3);
     env.setText(Env::SmtpFrom, QStringLiteral("me@example.com"));
     QVERIFY(m_store->writeEnv(env));
-    m_log = std::make_unique<CommLog>(m_dir->filePath(QStringLiteral("Pinboard.log")), m_clock);
+    m_log = std::make_unique<CommLog>(m_data->path(QStringLiteral("Pinboard.log")), m_clock);
     m_prompt = std::make_unique<ScriptedPrompt>();
     m_sender = std::make_unique<MailSender>(*m_log, m_clock, *m_prompt);
 }
@@ -201,7 +194,7 @@ void TestSmtpSetup::connectionTest()
     QFETCH(QString, shown);
     QString port = QStringLiteral("25");
     if (!modes.isEmpty()) {
-        m_server = std::make_unique<ServerProcess>(m_dir->path());
+        m_server = std::make_unique<ServerProcess>(m_data->dir.path());
         QVERIFY(m_server->start(modes));
         port = QString::number(m_server->port);
     }

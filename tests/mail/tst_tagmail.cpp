@@ -11,9 +11,9 @@
 #include "smtpserverprocess.h"
 #include "tagmail.h"
 #include "tagstore.h"
+#include "tempstore.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 // A tag's mail from its stored record and recipients, through a real server.
 class TestTagMail : public QObject
@@ -29,17 +29,10 @@ private Q_SLOTS:
 private:
     int storeTag(const QString &attachment);
 
-    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<TempStore> m_data;
     FileSet m_files;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
+    TagStore *m_store = nullptr;
+    Settings &settings() { return m_data->settings(); }
     std::unique_ptr<ServerProcess> m_server;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
     ScriptedPrompt m_prompt;
@@ -47,10 +40,10 @@ private:
 
 void TestTagMail::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_files = FileSet::forDirectory(m_dir->path());
-    m_store = std::make_unique<TagStore>(m_files.dt1);
-    m_server = std::make_unique<ServerProcess>(m_dir->path());
+    m_data = std::make_unique<TempStore>();
+    m_files = FileSet::forDirectory(m_data->dir.path());
+    m_store = &m_data->store;
+    m_server = std::make_unique<ServerProcess>(m_data->dir.path());
     QVERIFY(m_server->start(QStringLiteral("normal")));
     EnvRecord env;
     env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
@@ -79,12 +72,8 @@ int TestTagMail::storeTag(const QString &attachment)
 
 void TestTagMail::deliversTheTagAsWritten()
 {
-    const QString path = m_dir->filePath(QStringLiteral("memo.txt"));
-    const QByteArray file("\xff\x00\x41\x42\x43", 5);
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(file);
-    f.close();
+    const QString path = m_data->path(QStringLiteral("memo.txt"));
+    QVERIFY(writeFile(path, QByteArray("\xff\x00\x41\x42\x43", 5)));
     const int k = storeTag(path);
     QVERIFY(k > 0);
     QVERIFY(MailSettingsFile(m_files.dt4)

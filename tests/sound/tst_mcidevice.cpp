@@ -1,7 +1,7 @@
 #include "mcidevice.h"
+#include "testfiles.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
@@ -32,10 +32,8 @@ void TestMciDevice::init()
     m_dir = std::make_unique<QTemporaryDir>();
     const std::pair<const char *, QByteArray> files[] = {{"tune.mid", Tune},
                                                          {"text.mid", "text, not MIDI"}};
-    for (const auto &[name, bytes] : files) {
-        QFile f(m_dir->filePath(QLatin1String(name)));
-        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size());
-    }
+    for (const auto &[name, bytes] : files)
+        QVERIFY(writeFile(m_dir->filePath(QLatin1String(name)), bytes));
 }
 
 void TestMciDevice::commandCodes_data()
@@ -130,9 +128,7 @@ void TestMciDevice::playsToTheEnd()
     QVERIFY(notified.isEmpty() || notified.first() >= 1000);
     QCOMPARE(mci.MciCommand(QStringLiteral("Close Midi"), nullptr, nullptr), 0);
 
-    QFile out(output);
-    QVERIFY(out.open(QIODevice::ReadOnly));
-    const QByteArray raw = out.readAll();
+    const QByteArray raw = fileBytes(output);
     int peak = 0;
     for (qsizetype i = 0; i + 1 < raw.size(); i += 2)
         peak = qMax(peak, qAbs(int(qFromLittleEndian<qint16>(raw.constData() + i))));

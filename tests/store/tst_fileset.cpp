@@ -1,6 +1,7 @@
 #include "cp932.h"
 #include "fileset.h"
 #include "tagstore.h"
+#include "testfiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,22 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
-#include <sys/resource.h>
-
 namespace {
-QByteArray fileBytes(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
 // A tag file as versions before 0.9.40 wrote it: 2048-byte slots, the file
 // path in 260 bytes at 175 and the message as a fixed 1600-byte field at 435.
 QByteArray oldTag(const QString &number, const QString &message, const QString &path, qint32 color)
@@ -51,20 +37,6 @@ QByteArray oldFile(int declaredTags, int writtenTags)
                        QStringLiteral("/home/u/音%1.wav").arg(i), 0x112233 * i);
     return file;
 }
-// Writes past bytes fail with EFBIG while this lives, as on a full disk.
-struct FileSizeLimit
-{
-    rlimit saved{};
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &saved);
-        rlimit small = saved;
-        small.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &small);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &saved); }
-};
 } // namespace
 
 class TestFileSet : public QObject

@@ -1,22 +1,11 @@
 #include "mailsettingsfile.h"
+#include "testfiles.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
-QByteArray contents(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
 // Written by hand, as a user or an older installation might leave it.
 const QByteArray HandWritten("; Pinboard mail settings\r\n"
                              "[Other]\r\n"
@@ -61,11 +50,11 @@ void TestMailSettingsFile::newFileAndSecondSection()
     const QByteArray first("[ID00012]\r\nSubject=\x89\xef\x8b"
                            "c\r\nTo=a@x.jp\tb@x.jp\r\n"
                            "Cc=\r\nBcc=c@x.jp\r\n");
-    QCOMPARE(contents(path), first);
+    QCOMPARE(fileBytes(path), first);
 
     const TagMailSettings three{QStringLiteral("S"), {QStringLiteral("d@x.jp")}, {}, {}};
     QVERIFY(file.write(3, three));
-    QCOMPARE(contents(path), first + "[ID00003]\r\nSubject=S\r\nTo=d@x.jp\r\nCc=\r\nBcc=\r\n");
+    QCOMPARE(fileBytes(path), first + "[ID00003]\r\nSubject=S\r\nTo=d@x.jp\r\nCc=\r\nBcc=\r\n");
     QCOMPARE(file.read(12), twelve);
     QCOMPARE(file.read(3), three);
 }
@@ -96,22 +85,22 @@ void TestMailSettingsFile::rewriteKeepsOtherLines()
     const TagMailSettings s{
         QStringLiteral("new"), {QStringLiteral("z@x.jp")}, {QStringLiteral("c@x.jp")}, {}};
     QVERIFY(file.write(12, s));
-    QCOMPARE(contents(path), QByteArray("; Pinboard mail settings\r\n"
-                                        "[Other]\r\n"
-                                        "Subject=keep\r\n"
-                                        "\r\n"
-                                        "[ id00012 ]\r\n"
-                                        "subject=new\r\n"
-                                        "; note about 12\r\n"
-                                        "TO=z@x.jp\r\n"
-                                        "X-Note=kept\r\n"
-                                        "Cc=c@x.jp\r\n"
-                                        "Bcc=\r\n"
-                                        "\r\n"
-                                        "[ID00012]\r\n"
-                                        "Subject=second section ignored\r\n"
-                                        "[ID00013]\r\n"
-                                        "Cc=c@x.jp\r\n"));
+    QCOMPARE(fileBytes(path), QByteArray("; Pinboard mail settings\r\n"
+                                         "[Other]\r\n"
+                                         "Subject=keep\r\n"
+                                         "\r\n"
+                                         "[ id00012 ]\r\n"
+                                         "subject=new\r\n"
+                                         "; note about 12\r\n"
+                                         "TO=z@x.jp\r\n"
+                                         "X-Note=kept\r\n"
+                                         "Cc=c@x.jp\r\n"
+                                         "Bcc=\r\n"
+                                         "\r\n"
+                                         "[ID00012]\r\n"
+                                         "Subject=second section ignored\r\n"
+                                         "[ID00013]\r\n"
+                                         "Cc=c@x.jp\r\n"));
     QCOMPARE(file.read(12), s);
 }
 
@@ -122,15 +111,15 @@ void TestMailSettingsFile::removeDropsSection()
     QVERIFY(writeFile(path, HandWritten));
     const MailSettingsFile file(path);
     QVERIFY(file.remove(14));
-    QCOMPARE(contents(path), HandWritten); // nothing to drop: left as it was
+    QCOMPARE(fileBytes(path), HandWritten); // nothing to drop: left as it was
     QVERIFY(file.remove(12));
-    QCOMPARE(contents(path), QByteArray("; Pinboard mail settings\r\n"
-                                        "[Other]\r\n"
-                                        "Subject=keep\r\n"
-                                        "\r\n"
-                                        "; note about 12\r\n"
-                                        "[ID00013]\r\n"
-                                        "Cc=c@x.jp\r\n"));
+    QCOMPARE(fileBytes(path), QByteArray("; Pinboard mail settings\r\n"
+                                         "[Other]\r\n"
+                                         "Subject=keep\r\n"
+                                         "\r\n"
+                                         "; note about 12\r\n"
+                                         "[ID00013]\r\n"
+                                         "Cc=c@x.jp\r\n"));
     QVERIFY(!file.hasSection(12));
     QCOMPARE(file.read(12), TagMailSettings());
 }
@@ -169,7 +158,7 @@ void TestMailSettingsFile::lineBreakIsRefused()
     QVERIFY(!file.write(12, {QStringLiteral("x\r\nTo=evil@x.jp"), {}, {}, {}}, &error));
     QVERIFY(error.contains(path));
     QVERIFY(!file.write(12, {QString(), {QStringLiteral("a@x.jp\n")}, {}, {}}));
-    QCOMPARE(contents(path), HandWritten);
+    QCOMPARE(fileBytes(path), HandWritten);
 }
 
 QTEST_APPLESS_MAIN(TestMailSettingsFile)

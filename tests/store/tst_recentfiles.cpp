@@ -1,6 +1,6 @@
 #include "recentfiles.h"
+#include "testfiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -21,9 +21,7 @@ void TestRecentFiles::savedBytesAndBack()
     files.add(RecentFiles::Sound, QStringLiteral("/home/u/音.wav"));
     files.add(RecentFiles::OpenFile, QStringLiteral("/home/u/a b.txt"));
     QVERIFY(files.save(path));
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(), QByteArray("S\t/home/u/\x89\xb9.wav\r\nO\t/home/u/a b.txt\r\n"));
+    QCOMPARE(fileBytes(path), QByteArray("S\t/home/u/\x89\xb9.wav\r\nO\t/home/u/a b.txt\r\n"));
     const RecentFiles back = RecentFiles::load(path);
     QCOMPARE(back.list(RecentFiles::Sound), QStringList{QStringLiteral("/home/u/音.wav")});
     QCOMPARE(back.list(RecentFiles::OpenFile), QStringList{QStringLiteral("/home/u/a b.txt")});
@@ -47,10 +45,7 @@ void TestRecentFiles::oddLinesAreSkipped()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("Pinboard.dt2"));
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write("S\t/a.wav\r\nX\t/b\r\ngarbage\r\n\r\nO\t/c.doc\nS /d.wav\r\n");
-    f.close();
+    QVERIFY(writeFile(path, "S\t/a.wav\r\nX\t/b\r\ngarbage\r\n\r\nO\t/c.doc\nS /d.wav\r\n"));
     const RecentFiles files = RecentFiles::load(path);
     QCOMPARE(files.list(RecentFiles::Sound), QStringList{QStringLiteral("/a.wav")});
     QCOMPARE(files.list(RecentFiles::OpenFile), QStringList{QStringLiteral("/c.doc")});

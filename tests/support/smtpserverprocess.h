@@ -5,14 +5,10 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include "testfiles.h"
+
 // The mail tests' SMTP server: tests/mail/smtpserver.py on 127.0.0.1, run by the
 // python3 of the system.
-
-inline QByteArray fileBytes(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // tests/mail/smtpserver.py on 127.0.0.1; what it saw is read from its record.
 class ServerProcess

@@ -14,8 +14,6 @@ class TestFileOpener : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void failureText_data();
-    void failureText();
     void association_data();
     void association();
     void failure_data();
@@ -109,29 +107,6 @@ void TestFileOpener::initTestCase()
          {"default", "cached", "added", "listed", "hidden", "removed", "none", "broken", "child"})
         write(QStringLiteral("files/a.pb") + QString::fromLatin1(name), "note\n");
     write(QStringLiteral("files/my note.pblaunch"), "note\n");
-}
-
-void TestFileOpener::failureText_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text");
-    const QString failed = QStringLiteral("処理が失敗しました。");
-    QTest::newRow("26") << 26 << QStringLiteral("共有違反が発生しました。");
-    QTest::newRow("27") << 27 << QStringLiteral("ファイルの関連付けが不完全か無効です。");
-    QTest::newRow("28") << 28 << QStringLiteral("要求がタイムアウトしました。");
-    QTest::newRow("29") << 29 << QStringLiteral("ＤＤＥトランザクションが失敗しました。");
-    QTest::newRow("30") << 30 << QStringLiteral("ＤＤＥトランザクションが処理中でした。");
-    QTest::newRow("31") << 31 << QStringLiteral("指定ファイルには、関連付けがありません。");
-    QTest::newRow("25") << 25 << failed;
-    QTest::newRow("negative") << -1 << failed;
-    QTest::newRow("32 succeeds") << 32 << QString();
-}
-
-void TestFileOpener::failureText()
-{
-    QFETCH(int, code);
-    QFETCH(QString, text);
-    QCOMPARE(openFailureText(code), text);
 }
 
 void TestFileOpener::association_data()

@@ -2,9 +2,9 @@
 #include "settings.h"
 #include "taglistmodel.h"
 #include "tagstore.h"
+#include "tempstore.h"
 #include "twips.h"
 
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -42,23 +42,15 @@ private Q_SLOTS:
 private:
     void fill(const QList<Stored> &stored);
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
+    std::unique_ptr<TempStore> m_data;
+    TagStore *m_store = nullptr;
+    Settings &settings() { return m_data->settings(); }
 };
 
 void TestTagListModel::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(u"Pinboard.dt1"_s));
-    QVERIFY(m_store->writeEnv(EnvRecord()));
+    m_data = std::make_unique<TempStore>();
+    m_store = &m_data->store;
 }
 
 // Written in place: addTag would reuse a record marked "9" for the next tag.

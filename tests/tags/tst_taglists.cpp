@@ -5,6 +5,7 @@
 #include "taglist.h"
 #include "taglisthost.h"
 #include "tagstore.h"
+#include "tempstore.h"
 #include "trashlist.h"
 
 #include <QAction>
@@ -14,7 +15,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -69,16 +69,9 @@ private Q_SLOTS:
 private:
     QString mark(int k) const { return m_store->readTag(k)->stateMark(); }
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
+    std::unique_ptr<TempStore> m_data;
+    TagStore *m_store = nullptr;
+    Settings &settings() { return m_data->settings(); }
     ScriptedPrompt m_prompt;
     FakeHost m_host;
 };
@@ -88,9 +81,8 @@ void TestTagLists::init()
 {
     m_prompt = ScriptedPrompt();
     m_host = FakeHost();
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(u"Pinboard.dt1"_s));
-    QVERIFY(m_store->writeEnv(EnvRecord()));
+    m_data = std::make_unique<TempStore>();
+    m_store = &m_data->store;
     for (int i = 1; i <= 7; ++i) {
         TagRecord t;
         t.setByte(Tag::ScheduleKind, i <= 4 ? 2 : 1);
