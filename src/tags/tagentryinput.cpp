@@ -1,6 +1,7 @@
 #include "tagentryinput.h"
 
 #include "cp932.h"
+#include "envrecord.h"
 #include "oledate.h"
 #include "prompt.h"
 #include "tagrecord.h"
@@ -191,6 +192,20 @@ TagEntryInput fromRecord(const TagRecord &r)
     in.password = r.text(Tag::Password);
     in.x = r.longValue(Tag::PosX);
     in.y = r.longValue(Tag::PosY);
+    return in;
+}
+
+TagEntryInput newTagInput(const TagRecord &base, const EnvRecord &env, const QDate &today)
+{
+    TagEntryInput in = fromRecord(base);
+    in.date = TagEntryText::formatDate(today);
+    const int kind = env.text(Env::DefaultScheduleKind).toInt();
+    in.kind = kind >= 0 && kind <= 4 ? kind : 0;
+    const QTime time = QTime::fromString(env.text(Env::DefaultDisplayTime), QStringLiteral("hh:mm:ss"));
+    if (time.isValid()) {
+        in.hour = time.hour();
+        in.minute = time.minute();
+    }
     return in;
 }
 
