@@ -83,9 +83,9 @@ bool TagMain::end(const QString &message)
     return false;
 }
 
-bool TagMain::start()
+// One Pinboard per data directory.
+bool TagMain::acquireInstance()
 {
-    // 1. One Pinboard per data directory.
     m_instance = std::make_unique<SingleInstance>(m_files.dir);
     const SingleInstance::Result lock = m_instance->acquire();
     if (lock != SingleInstance::Result::Acquired) {
@@ -95,13 +95,16 @@ bool TagMain::start()
                             : runLocationMessage(RunLocation::NotWritable));
         return false;
     }
+    return true;
+}
 
-    // 2-3. Where we run from.
+// The data files, checked to be where this program may write.
+bool TagMain::openDataFiles()
+{
     const RunLocation where = checkRunLocation(m_files.dir);
     if (where != RunLocation::Ok)
         return end(runLocationMessage(where));
 
-    // 4. The data files.
     const PrepareResult prepared = prepareFileSet(m_files);
     if (prepared.damaged) {
         qWarning().noquote() << "Pinboard:" << prepared.error;
@@ -115,26 +118,12 @@ bool TagMain::start()
     m_store = std::make_unique<TagStore>(m_files.dt1);
     m_settings = std::make_unique<Settings>(*m_store);
     m_operations = std::make_unique<TagOperations>(*m_store, m_prompt);
+    return true;
+}
 
-    // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
-    m_clockWatcher = std::make_unique<ClockChangeWatcher>();
-    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, &m_scheduler, [this] {
-        if (m_scheduler.isActive())
-            m_scheduler.clockChanged();
-    });
-
-    // 8. Tray icon; its retries run on their own while start-up goes on.
-    setUpTray();
-
-    // 6. The shortcut entries' captions, and the hotkeys' registry.
-    m_sys = std::make_unique<SysDesk>(
-        *m_mainMenu, *m_settings, m_prompt, m_files.dir,
-        m_givenHotkeys ? std::move(m_givenHotkeys) : Hotkeys::create(),
-        Shortcuts(Shortcuts::userFolders(),
-                  QStringList{QCoreApplication::applicationFilePath()} + m_launchArgs));
-    connect(m_sys.get(), &SysDesk::quitRequested, this, &TagMain::quitRequested);
-
-    // 10. The environment record.
+// A first run writes a fresh environment record; later runs read the stored one.
+bool TagMain::loadEnvironment()
+{
     QString error;
     if (m_firstRun) {
         const EnvRecord fresh;
@@ -147,18 +136,16 @@ bool TagMain::start()
         qWarning().noquote() << "Pinboard:" << error;
         return end(corruptEnvText());
     }
+    return true;
+}
 
-    applySettingsToMenu();
-
-    // 13. Hotkeys.
-    m_sys->registerHotkeys();
-
-    // 12, 14. The LAN, when its settings still belong to this host.
+void TagMain::startNetAndMail()
+{
+    // The LAN starts only when its settings still belong to this host.
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
     m_net->setBindAddress(m_netBind);
     m_net->startUp(m_settings->env());
 
-    // 13. Mail: the log switch, the address book.
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, *m_settings, m_prompt, m_clock);
     m_mail->log().setEnabled(m_settings->env().byte(Env::LogEnabled) != 0);
     m_mail->loadAddressBook();
@@ -166,9 +153,39 @@ bool TagMain::start()
         if (m_tray)
             m_tray->showMessage(QStringLiteral("Pinboard"), text);
     });
+}
 
-    // 15-16. The stored tags: due ones go up, files due are opened, mail due is
-    // sent, and the timer waits for the nearest change.
+bool TagMain::start()
+{
+    if (!acquireInstance() || !openDataFiles())
+        return false;
+
+    // Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
+    m_clockWatcher = std::make_unique<ClockChangeWatcher>();
+    connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, &m_scheduler, [this] {
+        if (m_scheduler.isActive())
+            m_scheduler.clockChanged();
+    });
+
+    // The tray icon's retries run on their own while start-up goes on.
+    setUpTray();
+
+    // The shortcut entries' captions, and the hotkeys' registry.
+    m_sys = std::make_unique<SysDesk>(
+        *m_mainMenu, *m_settings, m_prompt, m_files.dir,
+        m_givenHotkeys ? std::move(m_givenHotkeys) : Hotkeys::create(),
+        Shortcuts(Shortcuts::userFolders(),
+                  QStringList{QCoreApplication::applicationFilePath()} + m_launchArgs));
+    connect(m_sys.get(), &SysDesk::quitRequested, this, &TagMain::quitRequested);
+
+    if (!loadEnvironment())
+        return false;
+    applySettingsToMenu();
+    m_sys->registerHotkeys();
+    startNetAndMail();
+
+    // The stored tags: due ones go up, files due are opened, mail due is sent,
+    // and the timer waits for the nearest change.
     m_dialogLift = std::make_unique<DialogLift>();
     m_display = std::make_unique<DesktopDisplay>(*m_store, m_settings->env(), m_prompt);
     m_display->setTray(m_tray.get(), m_icon);

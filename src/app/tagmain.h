@@ -101,6 +101,10 @@ Q_SIGNALS:
 
 private:
     bool end(const QString &message);
+    bool acquireInstance();
+    bool openDataFiles();
+    bool loadEnvironment();
+    void startNetAndMail();
     void setUpTray();
     void setUpMenus();
     void applySettingsToMenu();
