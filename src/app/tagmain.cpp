@@ -483,7 +483,7 @@ void TagMain::shutdown()
 {
     if (!m_instance)
         return;
-    // 1. The tray icon goes first, so nothing can be chosen from it any more.
+    // The tray icon goes first, so nothing can be chosen from it any more.
     if (m_trayAttach)
         m_trayAttach->stop();
     if (m_tray)
@@ -492,20 +492,18 @@ void TagMain::shutdown()
     if (m_display)
         m_display->setTray(nullptr, {});
     m_tray.reset();
-    // 2. The tag windows.
+    // Then the tag windows and the timers that would bring them back.
     if (m_display)
         m_display->closeAll();
-    // 3. Timers.
     m_scheduler.stop();
     m_clockWatcher.reset();
-    // 4. The others hear that we leave.
+    // The others on the LAN hear that we leave.
     if (m_net)
         m_net->logoutAndStop();
     m_net.reset();
-    // 6. Hotkeys.
     if (m_sys)
         m_sys->releaseHotkeys();
-    // 7. The alarm that may still be playing.
+    // The alarm may still be playing.
     if (m_display)
         m_display->sound().stopMidi();
     m_editors.reset();
@@ -518,7 +516,7 @@ void TagMain::shutdown()
     m_running = false;
     // Last: the data directory is free for the next Pinboard or pinboard-cli.
     m_instance.reset();
-    // 8. An uninstall preparation deletes the data once nothing holds it.
+    // An uninstall preparation deletes the data once nothing holds it.
     if (m_sys)
         m_sys->finishUninstall();
     m_sys.reset();
