@@ -88,7 +88,7 @@ void NetDesk::openUserSelect(const TagRecord &record, QWidget *parent)
     Net::TagDatagram wire = TagWireMap::toDatagram(record);
     // The editor's seal check box and password preset the dialog's.
     wire.setText(Net::TagWire::Sealed,
-                 record.byte(Tag::SealedFlag) == 1 ? QStringLiteral("1") : QStringLiteral("0"));
+                 record.isSealed() ? QStringLiteral("1") : QStringLiteral("0"));
     wire.setText(Net::TagWire::Password, record.text(Tag::Password));
     auto *dialog = new UserSelect(m_endpoint, m_prompt, wire, parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);

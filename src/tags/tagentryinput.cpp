@@ -156,7 +156,7 @@ TagEntryInput fromRecord(const TagRecord &r)
     TagEntryInput in;
     in.message = TagEntryText::edited(r.message());
     in.look = TagLook::fromRecord(r);
-    in.kind = r.byte(Tag::ScheduleKind);
+    in.kind = r.kindNumber();
     const QDateTime display = r.date(Tag::DisplayDateTime);
     if (display.date() > NoDate)
         in.date = TagEntryText::formatDate(display.date());
@@ -184,11 +184,11 @@ TagEntryInput fromRecord(const TagRecord &r)
         in.weekdays[i] = r.byte(Tag::WeekdayFlags, i) != 0;
     for (int i = 0; i < 5; ++i)
         in.weeks[i] = r.byte(Tag::WeekOfMonthFlags, i + 1) != 0;
-    in.sound = r.byte(Tag::SoundFlag) == 1;
-    in.openFile = r.byte(Tag::OpenFileFlag) == 1;
-    in.mail = r.byte(Tag::MailFlag) == 1;
+    in.sound = r.hasSoundOrAttachment();
+    in.openFile = r.opensFile();
+    in.mail = r.isMail();
     in.filePath = r.text(Tag::FilePath);
-    in.sealed = r.byte(Tag::SealedFlag) == 1;
+    in.sealed = r.isSealed();
     in.password = r.text(Tag::Password);
     in.x = r.longValue(Tag::PosX);
     in.y = r.longValue(Tag::PosY);
@@ -211,7 +211,7 @@ TagEntryInput newTagInput(const TagRecord &base, const EnvRecord &env, const QDa
 
 void applyTo(const TagEntryInput &in, TagRecord &r)
 {
-    const int oldKind = r.byte(Tag::ScheduleKind);
+    const int oldKind = r.kindNumber();
     const QDateTime oldDisplay = r.date(Tag::DisplayDateTime);
     const int oldMail = r.byte(Tag::MailFlag);
 
