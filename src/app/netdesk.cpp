@@ -1,5 +1,6 @@
 #include "netdesk.h"
 
+#include "bringup.h"
 #include "chatreq.h"
 #include "envrecord.h"
 #include "frmnetwork.h"
@@ -20,20 +21,11 @@
 #include "userselct2.h"
 #include "userselect.h"
 
-namespace {
-void bringUp(QWidget *w)
-{
-    w->show();
-    w->raise();
-    w->activateWindow();
-}
-} // namespace
-
-NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-                 IdentitySource identity, QObject *parent)
-    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_identitySource(std::move(identity)),
-      m_log(logPath, clock), m_endpoint(m_log, clock, prompt), m_chat(m_endpoint, prompt),
-      m_textSender(m_endpoint)
+NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt,
+                 const Clock &clock, IdentitySource identity, QObject *parent)
+    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt),
+      m_identitySource(std::move(identity)), m_log(logPath, clock),
+      m_endpoint(m_log, clock, prompt), m_chat(m_endpoint, prompt), m_textSender(m_endpoint)
 {
     connect(&m_chat, &ChatSession::globalLine, this, [this] {
         // A line heard while the window is closed opens it, so nothing said is missed.
