@@ -1,5 +1,6 @@
 #include "clipmail.h"
 
+#include "dialogbuttons.h"
 #include "prompt.h"
 #include "sendmail.h"
 
@@ -21,10 +22,8 @@ ClipMail::ClipMail(const AddressBook &book, const QString &text, Prompt &prompt,
     m_summary->setWordWrap(true);
     auto *address = new QPushButton(QStringLiteral("宛先..."));
     address->setObjectName(QStringLiteral("cmd_Address"));
-    auto *sendButton = new QPushButton(QStringLiteral("送信"));
-    sendButton->setObjectName(QStringLiteral("cmd_Send"));
-    auto *cancel = new QPushButton(QStringLiteral("キャンセル"));
-    cancel->setObjectName(QStringLiteral("cmd_Cancel"));
+    auto *sendButton = namedButton("cmd_Send", QStringLiteral("送信"));
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("キャンセル"));
     connect(address, &QPushButton::clicked, this, &ClipMail::chooseRecipients);
     connect(sendButton, &QPushButton::clicked, this, &ClipMail::send);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
@@ -32,10 +31,7 @@ ClipMail::ClipMail(const AddressBook &book, const QString &text, Prompt &prompt,
     auto *head = new QHBoxLayout;
     head->addWidget(m_summary, 1);
     head->addWidget(address);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(sendButton);
-    buttons->addWidget(cancel);
+    QHBoxLayout *buttons = buttonRow({sendButton, cancel});
     auto *top = new QVBoxLayout(this);
     top->addLayout(head);
     top->addWidget(m_text, 1);

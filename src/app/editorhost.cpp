@@ -1,5 +1,6 @@
 #include "editorhost.h"
 
+#include "bringup.h"
 #include "desktopdisplay.h"
 #include "maildesk.h"
 #include "prompt.h"
@@ -9,11 +10,11 @@
 #include "tagstore.h"
 #include "trashlist.h"
 
-EditorHost::EditorHost(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-                       Scheduler &scheduler, DesktopDisplay &display, MailDesk &mail,
-                       QObject *parent)
-    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_clock(clock), m_scheduler(scheduler),
-      m_display(display), m_mail(mail)
+EditorHost::EditorHost(const TagStore &store, Settings &settings, Prompt &prompt,
+                       const Clock &clock, Scheduler &scheduler, DesktopDisplay &display,
+                       MailDesk &mail, QObject *parent)
+    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_clock(clock),
+      m_scheduler(scheduler), m_display(display), m_mail(mail)
 {
     // The list tells whether a tag is on the desktop, whoever put it up or took it down.
     connect(&m_display, &DesktopDisplay::shownChanged, this, [this] {
@@ -73,9 +74,7 @@ TagEntry *EditorHost::newEditor()
 // Opened from the tray or a tag, the editor is what the user types into next.
 void EditorHost::showEditor(QWidget *editor)
 {
-    editor->show();
-    editor->raise();
-    editor->activateWindow();
+    bringUp(editor);
 }
 
 void EditorHost::openNew()
@@ -114,9 +113,7 @@ void EditorHost::showTagList()
         m_tagList = new TagList(m_store, m_settings, m_prompt, *this);
         m_tagList->setAttribute(Qt::WA_DeleteOnClose);
     }
-    m_tagList->show();
-    m_tagList->raise();
-    m_tagList->activateWindow();
+    bringUp(m_tagList);
 }
 
 void EditorHost::showTrashList()
@@ -125,9 +122,7 @@ void EditorHost::showTrashList()
         m_trashList = new TrashList(m_store, m_settings, m_prompt, *this);
         m_trashList->setAttribute(Qt::WA_DeleteOnClose);
     }
-    m_trashList->show();
-    m_trashList->raise();
-    m_trashList->activateWindow();
+    bringUp(m_trashList);
 }
 
 void EditorHost::refreshLists()

@@ -1,5 +1,6 @@
 #include "hotkey.h"
 
+#include "dialogbuttons.h"
 #include "hotkeys.h"
 #include "prompt.h"
 #include "settings.h"
@@ -53,19 +54,13 @@ HotKey::HotKey(Hotkeys &hotkeys, Settings &settings, Prompt &prompt, QWidget *pa
         grid->addWidget(new QLabel(QStringLiteral("+")), n - 1, 2);
         grid->addWidget(m_keys[n - 1], n - 1, 3);
     }
-    auto *ok = new QPushButton(QStringLiteral("登録"));
-    ok->setObjectName(QStringLiteral("cmd_Entry"));
-    auto *cancel = new QPushButton(QStringLiteral("キャンセル"));
-    cancel->setObjectName(QStringLiteral("cmd_Cancel"));
+    auto *ok = namedButton("cmd_Entry", QStringLiteral("登録"));
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("キャンセル"));
     connect(ok, &QPushButton::clicked, this, &HotKey::entry);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
     auto *top = new QVBoxLayout(this);
     top->addLayout(grid);
-    top->addLayout(buttons);
+    top->addLayout(buttonRow({ok, cancel}));
     setPicks(storedPicks(settings.env()));
 }
 

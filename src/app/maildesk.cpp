@@ -2,6 +2,7 @@
 
 #include "addressbookfile.h"
 #include "addresslist.h"
+#include "bringup.h"
 #include "prompt.h"
 #include "sendmail.h"
 #include "smtpsetup.h"
@@ -9,10 +10,11 @@
 
 #include <QDebug>
 
-MailDesk::MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-                   QObject *parent)
-    : QObject(parent), m_files(files), m_store(store), m_settings(settings), m_prompt(prompt), m_log(files.log, clock),
-      m_sender(m_log, clock, prompt), m_mailer(files, store, settings, m_sender, clock, prompt)
+MailDesk::MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt,
+                   const Clock &clock, QObject *parent)
+    : QObject(parent), m_files(files), m_store(store), m_settings(settings), m_prompt(prompt),
+      m_log(files.log, clock), m_sender(m_log, clock, prompt),
+      m_mailer(files, store, settings, m_sender, clock, prompt)
 {
     connect(&m_sender, &MailSender::sent, this, [this](bool ok) { mailFinished(ok); });
 }
@@ -135,9 +137,7 @@ void MailDesk::openSmtpSetup()
         connect(setup, &SmtpSetup::settingsStored, this, &MailDesk::loadAddressBook);
         m_setup = setup;
     }
-    m_setup->show();
-    m_setup->raise();
-    m_setup->activateWindow();
+    bringUp(m_setup);
 }
 
 void MailDesk::openAddressList()
@@ -147,7 +147,5 @@ void MailDesk::openAddressList()
         list->setAttribute(Qt::WA_DeleteOnClose);
         m_addressList = list;
     }
-    m_addressList->show();
-    m_addressList->raise();
-    m_addressList->activateWindow();
+    bringUp(m_addressList);
 }

@@ -1,5 +1,6 @@
 #include "netdesk.h"
 
+#include "bringup.h"
 #include "chatreq.h"
 #include "envrecord.h"
 #include "frmnetwork.h"
@@ -22,20 +23,11 @@
 
 #include <QDebug>
 
-namespace {
-void bringUp(QWidget *w)
-{
-    w->show();
-    w->raise();
-    w->activateWindow();
-}
-} // namespace
-
-NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-                 IdentitySource identity, QObject *parent)
-    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt), m_identitySource(std::move(identity)),
-      m_log(logPath, clock), m_endpoint(m_log, clock, prompt), m_chat(m_endpoint, prompt),
-      m_textSender(m_endpoint)
+NetDesk::NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt,
+                 const Clock &clock, IdentitySource identity, QObject *parent)
+    : QObject(parent), m_store(store), m_settings(settings), m_prompt(prompt),
+      m_identitySource(std::move(identity)), m_log(logPath, clock),
+      m_endpoint(m_log, clock, prompt), m_chat(m_endpoint, prompt), m_textSender(m_endpoint)
 {
     connect(&m_chat, &ChatSession::globalLine, this, [this] {
         // A line heard while the window is closed opens it, so nothing said is missed.
@@ -91,7 +83,7 @@ void NetDesk::openUserSelect(const TagRecord &record, QWidget *parent)
     Net::TagDatagram wire = TagWireMap::toDatagram(record);
     // The editor's seal check box and password preset the dialog's.
     wire.setText(Net::TagWire::Sealed,
-                 record.byte(Tag::SealedFlag) == 1 ? QStringLiteral("1") : QStringLiteral("0"));
+                 record.isSealed() ? QStringLiteral("1") : QStringLiteral("0"));
     wire.setText(Net::TagWire::Password, record.text(Tag::Password));
     auto *dialog = new UserSelect(m_endpoint, m_prompt, wire, parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);

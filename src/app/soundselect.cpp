@@ -3,13 +3,13 @@
 #include "prompt.h"
 #include "soundplayer.h"
 #include "settings.h"
+#include "soundfolder.h"
 
 #include <QDir>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStandardPaths>
 #include <QVBoxLayout>
 
 namespace {
@@ -71,7 +71,7 @@ SoundSelect::SoundSelect(Settings &settings, SoundPlayer &player, Prompt &prompt
 std::unique_ptr<QFileDialog> SoundSelect::createFileDialog(QWidget *parent)
 {
     auto dialog =
-        std::make_unique<QFileDialog>(parent, QStringLiteral("到着音の指定"), startFolder());
+        std::make_unique<QFileDialog>(parent, QStringLiteral("到着音の指定"), soundFolder());
     // Qt's own dialog, so the filter shows as written: the trailing brackets
     // hold the patterns, which Qt matches without regard to case.
     dialog->setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::HideNameFilterDetails);
@@ -80,15 +80,6 @@ std::unique_ptr<QFileDialog> SoundSelect::createFileDialog(QWidget *parent)
     dialog->setNameFilters({QStringLiteral("音源形式(*.WAV;MID) (*.WAV *.MID)"),
                             QStringLiteral("すべてのファイル(*.*) (*)")});
     return dialog;
-}
-
-QString SoundSelect::startFolder()
-{
-    for (const QString &folder : QStandardPaths::standardLocations(QStandardPaths::MusicLocation)) {
-        if (QDir(folder).exists())
-            return folder;
-    }
-    return QStringLiteral("/usr/share/sounds");
 }
 
 void SoundSelect::done(int result)

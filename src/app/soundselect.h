@@ -25,8 +25,6 @@ public:
 
     // The file dialog cmd_Sound shows by default, not yet shown.
     static std::unique_ptr<QFileDialog> createFileDialog(QWidget *parent = nullptr);
-    // The user's music folder, or /usr/share/sounds when there is none.
-    static QString startFolder();
 
     void done(int result) override;
 

@@ -85,9 +85,9 @@ bool TagMain::end(const QString &message)
     return false;
 }
 
-bool TagMain::start()
+// One Pinboard per data directory.
+bool TagMain::acquireInstance()
 {
-    // 1. One Pinboard per data directory.
     m_instance = std::make_unique<SingleInstance>(m_files.dir);
     const SingleInstance::Result lock = m_instance->acquire();
     if (lock != SingleInstance::Result::Acquired) {
@@ -97,13 +97,16 @@ bool TagMain::start()
                             : runLocationMessage(RunLocation::NotWritable));
         return false;
     }
+    return true;
+}
 
-    // 2-3. Where we run from.
+// The data files, checked to be where this program may write.
+bool TagMain::openDataFiles()
+{
     const RunLocation where = checkRunLocation(m_files.dir);
     if (where != RunLocation::Ok)
         return end(runLocationMessage(where));
 
-    // 4. The data files.
     const PrepareResult prepared = prepareFileSet(m_files);
     if (prepared.damaged) {
         qWarning().noquote() << "Pinboard:" << prepared.error;
@@ -117,8 +120,49 @@ bool TagMain::start()
     m_store = std::make_unique<TagStore>(m_files.dt1);
     m_settings = std::make_unique<Settings>(*m_store);
     m_operations = std::make_unique<TagOperations>(*m_store, m_prompt);
+    return true;
+}
 
-    // 7. Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
+// A first run writes a fresh environment record; later runs read the stored one.
+bool TagMain::loadEnvironment()
+{
+    QString error;
+    if (m_firstRun) {
+        const EnvRecord fresh;
+        if (!createDataFile(m_files.dt1, fresh.bytes(), &error)) {
+            qWarning().noquote() << "Pinboard:" << error;
+            return end(runLocationMessage(RunLocation::NotWritable));
+        }
+        m_settings->reset(fresh);
+    } else if (!m_settings->load(&error)) {
+        qWarning().noquote() << "Pinboard:" << error;
+        return end(corruptEnvText());
+    }
+    return true;
+}
+
+void TagMain::startNetAndMail()
+{
+    // The LAN starts only when its settings still belong to this host.
+    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
+    m_net->setBindAddress(m_netBind);
+    m_net->startUp(m_settings->env());
+
+    m_mail = std::make_unique<MailDesk>(m_files, *m_store, *m_settings, m_prompt, m_clock);
+    m_mail->log().setEnabled(m_settings->env().byte(Env::LogEnabled) != 0);
+    m_mail->loadAddressBook();
+    connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
+        if (m_tray)
+            m_tray->showMessage(QStringLiteral("Pinboard"), text);
+    });
+}
+
+bool TagMain::start()
+{
+    if (!acquireInstance() || !openDataFiles())
+        return false;
+
+    // Clock changes reach the scheduler, as the tray's comings and goings reach the tray.
     m_clockWatcher = std::make_unique<ClockChangeWatcher>();
     connect(m_clockWatcher.get(), &ClockChangeWatcher::clockChanged, this, [this] {
         if (m_scheduler && m_schedulerTimer.isActive())
@@ -136,10 +180,10 @@ bool TagMain::start()
             m_scheduler->zoneChanged();
     });
 
-    // 8. Tray icon; its retries run on their own while start-up goes on.
+    // The tray icon's retries run on their own while start-up goes on.
     setUpTray();
 
-    // 6. The shortcut entries' captions, and the hotkeys' registry.
+    // The shortcut entries' captions, and the hotkeys' registry.
     m_sys = std::make_unique<SysDesk>(
         *m_mainMenu, *m_settings, m_prompt, m_files.dir,
         m_givenHotkeys ? std::move(m_givenHotkeys) : Hotkeys::create(),
@@ -147,41 +191,14 @@ bool TagMain::start()
                   QStringList{QCoreApplication::applicationFilePath()} + m_launchArgs));
     connect(m_sys.get(), &SysDesk::quitRequested, this, &TagMain::quitRequested);
 
-    // 10. The environment record.
-    QString error;
-    if (m_firstRun) {
-        const EnvRecord fresh;
-        if (!createDataFile(m_files.dt1, fresh.bytes(), &error)) {
-            qWarning().noquote() << "Pinboard:" << error;
-            return end(runLocationMessage(RunLocation::NotWritable));
-        }
-        m_settings->reset(fresh);
-    } else if (!m_settings->load(&error)) {
-        qWarning().noquote() << "Pinboard:" << error;
-        return end(corruptEnvText());
-    }
-
+    if (!loadEnvironment())
+        return false;
     applySettingsToMenu();
-
-    // 13. Hotkeys.
     m_sys->registerHotkeys();
+    startNetAndMail();
 
-    // 12, 14. The LAN, when its settings still belong to this host.
-    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
-    m_net->setBindAddress(m_netBind);
-    m_net->startUp(m_settings->env());
-
-    // 13. Mail: the log switch, the address book.
-    m_mail = std::make_unique<MailDesk>(m_files, *m_store, *m_settings, m_prompt, m_clock);
-    m_mail->log().setEnabled(m_settings->env().byte(Env::LogEnabled) != 0);
-    m_mail->loadAddressBook();
-    connect(m_mail.get(), &MailDesk::notice, this, [this](const QString &text) {
-        if (m_tray)
-            m_tray->showMessage(QStringLiteral("Pinboard"), text);
-    });
-
-    // 15-16. The stored tags: due ones go up, files due are opened, mail due is
-    // sent, and the timer waits for the nearest change.
+    // The stored tags: due ones go up, files due are opened, mail due is sent,
+    // and the timer waits for the nearest change.
     m_dialogLift = std::make_unique<DialogLift>();
     m_display = std::make_unique<DesktopDisplay>(*m_store, m_settings->env(), m_prompt);
     m_display->setTray(m_tray.get(), m_icon);
@@ -474,7 +491,7 @@ void TagMain::shutdown()
 {
     if (!m_instance)
         return;
-    // 1. The tray icon goes first, so nothing can be chosen from it any more.
+    // The tray icon goes first, so nothing can be chosen from it any more.
     if (m_trayAttach)
         m_trayAttach->stop();
     if (m_tray)
@@ -483,22 +500,20 @@ void TagMain::shutdown()
     if (m_display)
         m_display->setTray(nullptr, {});
     m_tray.reset();
-    // 2. The tag windows.
+    // Then the tag windows and the timers that would bring them back.
     if (m_display)
         m_display->closeAll();
-    // 3. Timers.
     m_schedulerTimer.stop();
     m_clockWatcher.reset();
     m_sleepWatcher.reset();
     m_zoneWatcher.reset();
-    // 4. The others hear that we leave.
+    // The others on the LAN hear that we leave.
     if (m_net)
         m_net->logoutAndStop();
     m_net.reset();
-    // 6. Hotkeys.
     if (m_sys)
         m_sys->releaseHotkeys();
-    // 7. The alarm that may still be playing.
+    // The alarm may still be playing.
     if (m_display)
         m_display->sound().stopMidi();
     m_editors.reset();
@@ -511,7 +526,7 @@ void TagMain::shutdown()
     m_running = false;
     // Last: the data directory is free for the next Pinboard or pinboard-cli.
     m_instance.reset();
-    // 8. An uninstall preparation deletes the data once nothing holds it.
+    // An uninstall preparation deletes the data once nothing holds it.
     if (m_sys)
         m_sys->finishUninstall();
     m_sys.reset();

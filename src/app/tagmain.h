@@ -80,7 +80,7 @@ public:
     void setHotkeys(std::unique_ptr<Hotkeys> hotkeys);
     void setLaunchArguments(const QStringList &args) { m_launchArgs = args; }
     void setTagSender(std::function<void(const QString &)> send) { m_tagSender = std::move(send); }
-    // 11. The first run's questions; main calls it once the event loop runs.
+    // The first run's questions; main calls it once the event loop runs.
     void firstRunSetUp();
     // Where this host's name and address come from; tests give a loopback one
     // and bind the socket to it.
@@ -99,6 +99,10 @@ Q_SIGNALS:
 
 private:
     bool end(const QString &message);
+    bool acquireInstance();
+    bool openDataFiles();
+    bool loadEnvironment();
+    void startNetAndMail();
     void setUpTray();
     void setUpMenus();
     void applySettingsToMenu();

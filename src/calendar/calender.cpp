@@ -46,29 +46,7 @@ Calender::Calender(const QString &startDate, const Clock &clock, QWidget *parent
     top->addWidget(m_caption, 1);
     top->addWidget(next);
 
-    auto *grid = new QGridLayout;
-    grid->setSpacing(2);
-    const QString weekdays = u"日月火水木金土"_s;
-    for (int column = 0; column < 7; ++column) {
-        auto *header = new QLabel(weekdays.at(column), this);
-        header->setAlignment(Qt::AlignCenter);
-        if (column == 0)
-            header->setStyleSheet(u"color: #C00000;"_s);
-        else if (column == 6)
-            header->setStyleSheet(u"color: #0000C0;"_s);
-        grid->addWidget(header, 0, column);
-    }
-    for (int i = 0; i < CellCount; ++i) {
-        auto *cell = new QLabel(this);
-        cell->setObjectName(u"D%1"_s.arg(i + 1));
-        cell->setAlignment(Qt::AlignCenter);
-        cell->setFrameStyle(QFrame::Panel | QFrame::Sunken);
-        cell->setMinimumSize(36, 26);
-        cell->setAutoFillBackground(true);
-        cell->installEventFilter(this);
-        grid->addWidget(cell, 1 + i / 7, i % 7);
-        m_cells << cell;
-    }
+    QLayout *grid = buildDayGrid();
 
     auto *ok = new QPushButton(u"OK"_s, this);
     ok->setObjectName(u"cmd_OK"_s);
@@ -113,6 +91,35 @@ Calender::Calender(const QString &startDate, const Clock &clock, QWidget *parent
     m_curIdx->setText(u"0"_s);
     showMonth(QDate(start.year(), start.month(), 1));
     selectCell(layoutMonth(start.year(), start.month()).firstCell + start.day() - 1);
+}
+
+// The weekday heads over six weeks of day cells; a cell is picked by a click.
+QLayout *Calender::buildDayGrid()
+{
+    auto *grid = new QGridLayout;
+    grid->setSpacing(2);
+    const QString weekdays = u"日月火水木金土"_s;
+    for (int column = 0; column < 7; ++column) {
+        auto *header = new QLabel(weekdays.at(column), this);
+        header->setAlignment(Qt::AlignCenter);
+        if (column == 0)
+            header->setStyleSheet(u"color: #C00000;"_s);
+        else if (column == 6)
+            header->setStyleSheet(u"color: #0000C0;"_s);
+        grid->addWidget(header, 0, column);
+    }
+    for (int i = 0; i < CellCount; ++i) {
+        auto *cell = new QLabel(this);
+        cell->setObjectName(u"D%1"_s.arg(i + 1));
+        cell->setAlignment(Qt::AlignCenter);
+        cell->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        cell->setMinimumSize(36, 26);
+        cell->setAutoFillBackground(true);
+        cell->installEventFilter(this);
+        grid->addWidget(cell, 1 + i / 7, i % 7);
+        m_cells << cell;
+    }
+    return grid;
 }
 
 QString Calender::chosenDate() const

@@ -36,6 +36,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    QLayout *buildDayGrid();
     void showMonth(const QDate &first);
     void stepMonth(int months);
     void selectCell(int index);

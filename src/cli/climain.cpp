@@ -317,7 +317,7 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
             partly = true;
             continue;
         }
-        if (tag->stateMark() != QLatin1String(TagRecord::Live))
+        if (!tag->isLive())
             continue;
         if (only >= 0 && tag->tagNumber().toInt() != only)
             continue;
@@ -328,7 +328,7 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
         if (answer.result != ScheduleResult::Damaged) {
             const bool shown = answer.result == ScheduleResult::Due;
             line += QStringLiteral("%1\t%2\t").arg(int(answer.result)).arg(answer.seconds);
-            line += describeSchedule(schedule, shown, tag->byte(Tag::MailSent) == 1)
+            line += describeSchedule(schedule, shown, tag->mailSent())
                         .replace(u'\n', u' ');
         } else {
             line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);

@@ -48,7 +48,7 @@ std::optional<MailContent> TagMailer::contentOf(int k, QString *error) const
     c.subject = s.subject;
     c.body = tag->message();
     // The file box of a mail tag attaches its file.
-    if (tag->byte(Tag::SoundFlag) == 1)
+    if (tag->hasSoundOrAttachment())
         c.attachmentPath = tag->text(Tag::FilePath);
     return c;
 }

@@ -83,7 +83,7 @@ bool isWellFormedCp932(QByteArrayView bytes);
 QByteArray startRequest(const QString &userName, const QString &version);
 QByteArray startAnswer(const QString &userName, const QString &version);
 QByteArray logout();
-QByteArray nameOnly(Code code, const QString &userName); // 3, 4, 5, 7, 8
+QByteArray nameOnly(Code code, const QString &userName); // codes 3, 4, 5, 7 and 8
 QByteArray dummy();
 // 2: the receiver of a tag answers with its name.
 QByteArray tagReceived(const QString &userName);

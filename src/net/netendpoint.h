@@ -20,13 +20,13 @@ class TagReceiver
 public:
     virtual ~TagReceiver() = default;
     virtual void receiveTag(const Net::TagDatagram &record, quint32 from) = 0;
-    virtual void tagReceipt(const Net::Message &answer, quint32 from) = 0; // type 2
+    virtual void tagReceipt(const Net::Message &answer, quint32 from) = 0; // code 2
 };
 class ConfirmationReceiver
 {
 public:
     virtual ~ConfirmationReceiver() = default;
-    virtual void confirmation(const Net::Message &message, quint32 from) = 0; // 10, 11
+    virtual void confirmation(const Net::Message &message, quint32 from) = 0; // codes 10 and 11
 };
 class ChatReceiver
 {

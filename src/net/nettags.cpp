@@ -109,7 +109,7 @@ QList<int> NetTags::sealedTags() const
     QList<int> sealed;
     for (int k = 1, count = m_store.tagCount(); k <= count; ++k) {
         const auto tag = m_store.readTag(k);
-        if (tag && tag->stateMark() == QLatin1String(TagRecord::Live) && isHeldSealed(*tag))
+        if (tag && tag->isLive() && isHeldSealed(*tag))
             sealed << k;
     }
     return sealed;

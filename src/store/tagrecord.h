@@ -63,6 +63,11 @@ public:
     bool hasSoundOrAttachment() const { return byte(Tag::SoundFlag) == 1; }
     bool mailSent() const { return byte(Tag::MailSent) == 1; }
     bool isTopMost() const { return byte(Tag::TopMost) == 1; }
+    bool blinks() const { return byte(Tag::Blink) == 1; }
+    bool isTransparent() const { return byte(Tag::Transparent) == 1; }
+    bool hasLook3D() const { return byte(Tag::Look3D) == 1; }
+    // The border in pixels: 3 for the thin-frame switch, which wins, 1 for the frame.
+    int frameWidth() const { return byte(Tag::FrameM) == 1 ? 3 : byte(Tag::Frame) == 1 ? 1 : 0; }
 
     QString message() const;
     void setMessage(const QString &text);

@@ -1,6 +1,7 @@
 #include "tagentryinput.h"
 
 #include "cp932.h"
+#include "envrecord.h"
 #include "oledate.h"
 #include "prompt.h"
 #include "tagrecord.h"
@@ -155,7 +156,7 @@ TagEntryInput fromRecord(const TagRecord &r)
     TagEntryInput in;
     in.message = TagEntryText::edited(r.message());
     in.look = TagLook::fromRecord(r);
-    in.kind = r.byte(Tag::ScheduleKind);
+    in.kind = r.kindNumber();
     const QDateTime display = r.date(Tag::DisplayDateTime);
     if (display.date() > NoDate)
         in.date = TagEntryText::formatDate(display.date());
@@ -183,20 +184,34 @@ TagEntryInput fromRecord(const TagRecord &r)
         in.weekdays[i] = r.byte(Tag::WeekdayFlags, i) != 0;
     for (int i = 0; i < 5; ++i)
         in.weeks[i] = r.byte(Tag::WeekOfMonthFlags, i + 1) != 0;
-    in.sound = r.byte(Tag::SoundFlag) == 1;
-    in.openFile = r.byte(Tag::OpenFileFlag) == 1;
-    in.mail = r.byte(Tag::MailFlag) == 1;
+    in.sound = r.hasSoundOrAttachment();
+    in.openFile = r.opensFile();
+    in.mail = r.isMail();
     in.filePath = r.text(Tag::FilePath);
-    in.sealed = r.byte(Tag::SealedFlag) == 1;
+    in.sealed = r.isSealed();
     in.password = r.text(Tag::Password);
     in.x = r.longValue(Tag::PosX);
     in.y = r.longValue(Tag::PosY);
     return in;
 }
 
+TagEntryInput newTagInput(const TagRecord &base, const EnvRecord &env, const QDate &today)
+{
+    TagEntryInput in = fromRecord(base);
+    in.date = TagEntryText::formatDate(today);
+    const int kind = env.text(Env::DefaultScheduleKind).toInt();
+    in.kind = kind >= 0 && kind <= 4 ? kind : 0;
+    const QTime time = QTime::fromString(env.text(Env::DefaultDisplayTime), QStringLiteral("hh:mm:ss"));
+    if (time.isValid()) {
+        in.hour = time.hour();
+        in.minute = time.minute();
+    }
+    return in;
+}
+
 void applyTo(const TagEntryInput &in, TagRecord &r)
 {
-    const int oldKind = r.byte(Tag::ScheduleKind);
+    const int oldKind = r.kindNumber();
     const QDateTime oldDisplay = r.date(Tag::DisplayDateTime);
     const int oldMail = r.byte(Tag::MailFlag);
 

@@ -9,6 +9,7 @@
 #include <optional>
 
 class Prompt;
+class EnvRecord;
 class TagRecord;
 
 // The look of a tag as the editor's look controls hold it.
@@ -68,6 +69,9 @@ struct TagEntryInput
 };
 
 TagEntryInput fromRecord(const TagRecord &record);
+// The editor's start for a new tag made from base: dated today, with the default
+// schedule kind and display time of env.
+TagEntryInput newTagInput(const TagRecord &base, const EnvRecord &env, const QDate &today);
 // Writes the controls into the record; fields the editor does not show (number,
 // size, sender) stay as they are.
 void applyTo(const TagEntryInput &in, TagRecord &record);

@@ -1,5 +1,7 @@
 #include "tagplacement.h"
 
+#include "tagstore.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -134,4 +136,17 @@ bool staysOnTop(const TagRecord &tag, const EnvRecord &env)
     if (tag.isReceived())
         return env.byte(Env::NetTop) == 1;
     return env.byte(Env::ScmTop) == 1 && tag.isScheduled();
+}
+
+QPoint freeTagPosition(const TagStore &store, const EnvRecord &env, const QRect &workArea)
+{
+    QList<QPoint> taken;
+    for (int k = 1, count = store.tagCount(); k <= count; ++k) {
+        const auto tag = store.readTag(k);
+        if (tag && tag->isLive())
+            taken << QPoint(int(tag->longValue(Tag::PosX)), int(tag->longValue(Tag::PosY)));
+    }
+    const QSize size(env.integer(Env::DefaultWidth), env.integer(Env::DefaultHeight));
+    return cascadeTag(QPoint(env.integer(Env::DefaultX), env.integer(Env::DefaultY)), size, taken,
+                      workArea);
 }

@@ -51,3 +51,7 @@ QPoint cascadeTag(const QPoint &start, const QSize &size, const QList<QPoint> &t
 // setting that lifts tags from other computers, or the one that lifts scheduled
 // tags. Every path that shows or restyles a tag window asks this.
 bool staysOnTop(const TagRecord &tag, const EnvRecord &env);
+
+class TagStore;
+// Where a new tag goes: cascaded from the default place past the live tags of store.
+QPoint freeTagPosition(const TagStore &store, const EnvRecord &env, const QRect &workArea);

@@ -292,7 +292,7 @@ void TestHotkeyPlan::clipTag()
     const TagRecord tag = *d->store->readTag(*k);
     QCOMPARE(tag.messageBytes().size(), bytes);
     QCOMPARE(tag.messageBytes(), Cp932::encode(text).left(bytes));
-    QCOMPARE(tag.byte(Tag::ScheduleKind), 0); // shown at once
+    QCOMPARE(tag.kindNumber(), 0); // shown at once
     QCOMPARE(tag.stateMark(), QStringLiteral("0"));
     // Blank text makes no tag.
     QVERIFY(!HotkeyActions::storeClipTag(*d->store, QStringLiteral(" \n\t")));

@@ -49,13 +49,6 @@ std::optional<QByteArray> contents(const QString &path)
     return f.readAll();
 }
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
-
 void freshStore(const QString &dir)
 {
     QVERIFY(prepareFileSet(FileSet::forDirectory(dir)).ok);
@@ -198,7 +191,7 @@ void TestCli::roundTrip()
     QCOMPARE(member(5, "DisplayDateTime").toString(), QStringLiteral("1899/12/29 06:00:00"));
 
     const QString json = scratch.filePath(QStringLiteral("a.json"));
-    writeFile(json, first.out);
+    QVERIFY(writeFile(json, first.out));
     const Run load = runCli({QStringLiteral("load"), b.path(), json});
     QCOMPARE(load.err, QByteArray());
     QCOMPARE(load.status, 0);
@@ -285,10 +278,10 @@ void TestCli::badInput()
     QTemporaryDir dir, scratch;
     const QString dt1Path = dt1Of(dir.path());
     if (hasDt1)
-        writeFile(dt1Path, dt1);
+        QVERIFY(writeFile(dt1Path, dt1));
     const QString jsonPath = scratch.filePath(QStringLiteral("in.json"));
     if (!json.isNull())
-        writeFile(jsonPath, json);
+        QVERIFY(writeFile(jsonPath, json));
     const QHash<QString, QString> paths{
         {QStringLiteral("DIR"), dir.path()},
         {QStringLiteral("SUBDIR"), dir.filePath(QStringLiteral("sub"))},
@@ -334,7 +327,7 @@ void TestCli::loadRefusedWhileLocked()
     QTemporaryDir dir, scratch;
     sampleStore(dir.path());
     const QString json = scratch.filePath(QStringLiteral("empty.json"));
-    writeFile(json, R"({"env": {}})");
+    QVERIFY(writeFile(json, R"({"env": {}})"));
     const auto before = contents(dt1Of(dir.path()));
     const QStringList load{QStringLiteral("load"), dir.path(), json};
     {
@@ -358,13 +351,13 @@ void TestCli::dirDefaultsToPortableExecutableDir()
     const QString exe = exeDir.filePath(QStringLiteral("pinboard-cli"));
     QVERIFY(QFile::copy(QStringLiteral(PINBOARD_CLI), exe));
     sampleStore(exeDir.path());
-    writeFile(exeDir.filePath(QStringLiteral("portable")), "");
+    QVERIFY(writeFile(exeDir.filePath(QStringLiteral("portable")), ""));
     const Run dump = runCli({QStringLiteral("dump")}, exe);
     QCOMPARE(dump.status, 0);
     QCOMPARE(QJsonDocument::fromJson(dump.out)[QLatin1String("tags")].toArray().size(), 6);
 
     const QString json = scratch.filePath(QStringLiteral("one.json"));
-    writeFile(json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})");
+    QVERIFY(writeFile(json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})"));
     QCOMPARE(runCli({QStringLiteral("load"), json}, exe).status, 0);
     QCOMPARE(TagStore(dt1Of(exeDir.path())).readTag(1)->message(), QStringLiteral("here"));
 }

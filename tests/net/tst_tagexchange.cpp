@@ -262,6 +262,8 @@ void TestTagExchange::storedShownAndAnswered()
         const auto got = p->store.readTag(1);
         QVERIFY(got);
         QCOMPARE(got->message(), tag.message());
+        QCOMPARE(got->kindNumber(), 2);
+        QCOMPARE(got->date(Tag::DisplayDateTime).time(), QTime(9, 0));
         QCOMPARE(got->text(Tag::ReceivedMark), QStringLiteral("1"));
         QCOMPARE(got->text(Tag::SenderName), QStringLiteral("山田"));
         QCOMPARE(got->text(Tag::SenderAddress), QStringLiteral("127.0.0.1"));

@@ -165,7 +165,7 @@ void TestTagWire::received()
     QCOMPARE(tag.byte(Tag::SealedFlag), sealed ? 1 : 0);
     QCOMPARE(tag.text(Tag::Password), kept);
     // The look and the schedule are the sender's.
-    QCOMPARE(tag.byte(Tag::ScheduleKind), 3);
+    QCOMPARE(tag.kindNumber(), 3);
     QCOMPARE(tag.longValue(Tag::ForeColor), qint32(0x00FF8000));
     QCOMPARE(tag.message(), full().message());
 }

@@ -15,7 +15,11 @@ struct TempStore
     TagStore store{dir.filePath(QStringLiteral("Pinboard.dt1"))};
     std::unique_ptr<Settings> loaded;
 
-    TempStore() { store.writeEnv(EnvRecord()); }
+    TempStore()
+    {
+        if (!store.writeEnv(EnvRecord()))
+            qFatal("cannot write %s", qPrintable(store.file().path()));
+    }
     QString path(const QString &name) const { return dir.filePath(name); }
     // Record 1 as it stands now, for the object about to be made.
     Settings &settings()

@@ -1,5 +1,6 @@
 #include "netsetup.h"
 
+#include "dialogbuttons.h"
 #include "prompt.h"
 #include "settings.h"
 
@@ -11,8 +12,7 @@
 #include <QRegularExpressionValidator>
 #include <QVBoxLayout>
 
-NetSetup::NetSetup(Settings &settings, const LocalIdentity &local, Prompt &prompt,
-                   QWidget *parent)
+NetSetup::NetSetup(Settings &settings, const LocalIdentity &local, Prompt &prompt, QWidget *parent)
     : QDialog(parent), m_settings(settings), m_local(local), m_prompt(prompt)
 {
     setObjectName(QStringLiteral("NetSetup"));
@@ -47,15 +47,9 @@ NetSetup::NetSetup(Settings &settings, const LocalIdentity &local, Prompt &promp
         m_sequential[std::size_t(row)] = seq;
     }
     layout->addLayout(rows);
-    auto *buttons = new QHBoxLayout;
-    auto *ok = new QPushButton(QStringLiteral("OK"), this);
-    ok->setObjectName(QStringLiteral("cmd_OK"));
-    auto *cancel = new QPushButton(QStringLiteral("キャンセル"), this);
-    cancel->setObjectName(QStringLiteral("cmd_Cancel"));
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
-    layout->addLayout(buttons);
+    auto *ok = namedButton("cmd_OK", QStringLiteral("OK"), this);
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("キャンセル"), this);
+    layout->addLayout(buttonRow({ok, cancel}));
     connect(ok, &QPushButton::clicked, this, &NetSetup::accept);
     connect(cancel, &QPushButton::clicked, this, &NetSetup::reject);
 

@@ -1,6 +1,7 @@
 #include "userselct2.h"
 
 #include "chatsession.h"
+#include "dialogbuttons.h"
 #include "netendpoint.h"
 #include "prompt.h"
 #include "tagsender.h"
@@ -20,19 +21,13 @@ UserSelct2::UserSelct2(NetEndpoint &endpoint, ChatSession &chat, Prompt &prompt,
     const ParticipantTable &table = endpoint.participants();
     for (int i = 1; i <= table.last(); ++i)
         m_users->addItem(table.at(i).name);
-    auto *ok = new QPushButton(QStringLiteral("開始"));
-    ok->setObjectName(QStringLiteral("cmd_OK"));
-    auto *cancel = new QPushButton(QStringLiteral("ｷｬﾝｾﾙ"));
-    cancel->setObjectName(QStringLiteral("cmd_Cancel"));
+    auto *ok = namedButton("cmd_OK", QStringLiteral("開始"));
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("ｷｬﾝｾﾙ"));
     connect(ok, &QPushButton::clicked, this, &UserSelct2::request);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_users, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(buttonRow({ok, cancel}));
 }
 
 void UserSelct2::request()

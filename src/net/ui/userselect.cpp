@@ -1,5 +1,6 @@
 #include "userselect.h"
 
+#include "dialogbuttons.h"
 #include "netendpoint.h"
 #include "netlog.h"
 #include "prompt.h"
@@ -34,10 +35,8 @@ UserSelect::UserSelect(NetEndpoint &endpoint, Prompt &prompt, const Net::TagData
     m_password->setMaxLength(8);
     m_password->setEchoMode(QLineEdit::Password);
 
-    m_ok = new QPushButton(QStringLiteral("送信"));
-    m_ok->setObjectName(QStringLiteral("cmd_OK"));
-    auto *cancel = new QPushButton(QStringLiteral("ｷｬﾝｾﾙ"));
-    cancel->setObjectName(QStringLiteral("cmd_Cancel"));
+    m_ok = namedButton("cmd_OK", QStringLiteral("送信"));
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("ｷｬﾝｾﾙ"));
     connect(m_ok, &QPushButton::clicked, this, &UserSelect::send);
     connect(cancel, &QPushButton::clicked, this, &UserSelect::cancel);
     connect(&m_sender, &TagSender::finished, this, [this](int served, bool cancelled) {
@@ -49,14 +48,10 @@ UserSelect::UserSelect(NetEndpoint &endpoint, Prompt &prompt, const Net::TagData
     seal->addWidget(m_sealed);
     seal->addWidget(new QLabel(QStringLiteral("ﾊﾟｽﾜｰﾄﾞ")));
     seal->addWidget(m_password);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(m_ok);
-    buttons->addWidget(cancel);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_users, 1);
     layout->addLayout(seal);
-    layout->addLayout(buttons);
+    layout->addLayout(buttonRow({m_ok, cancel}));
 }
 
 QList<int> UserSelect::chosenRows() const

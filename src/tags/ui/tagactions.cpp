@@ -23,7 +23,7 @@ void renderTag(QPainter &painter, const QRect &page, const TagRecord &tag)
     painter.save();
     // Borders are given in screen pixels; scale them to the device.
     const qreal scale = painter.device() ? painter.device()->logicalDpiX() / 96.0 : 1.0;
-    const int frameM = tag.byte(Tag::FrameM) == 1 ? 3 : tag.byte(Tag::Frame) == 1 ? 1 : 0;
+    const int frameM = tag.frameWidth();
     const int frame = qRound(frameM * scale);
     const int pad = qRound((4 + frameM) * scale);
     const QColor fore = ColorRef::toColor(tag.longValue(Tag::ForeColor));

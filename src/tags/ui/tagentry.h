@@ -1,6 +1,7 @@
 #pragma once
 
 #include "envrecord.h"
+#include "tagentryform.h"
 #include "tagentryinput.h"
 #include "tagoperations.h"
 #include "tagrecord.h"
@@ -11,15 +12,8 @@
 
 class Clock;
 class Prompt;
-class QButtonGroup;
 class QCheckBox;
-class QComboBox;
-class QLabel;
 class QLineEdit;
-class QMenu;
-class QPlainTextEdit;
-class QPushButton;
-class QRadioButton;
 class SoundPlayer;
 class Settings;
 class TagStore;
@@ -34,8 +28,8 @@ public:
     static constexpr int DefaultWidthTwips = 8500;
     static constexpr int DefaultHeightTwips = 7400;
 
-    TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, SoundPlayer &sound,
-             QWidget *parent = nullptr);
+    TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
+             SoundPlayer &sound, QWidget *parent = nullptr);
 
     void openNew();                      // defaults from record 1, today's date in txt_Date
     bool openTag(int k);                 // edit stored tag k; false when it cannot be read
@@ -50,8 +44,6 @@ public:
     // Answers cmd_Sound with a path, or "" when cancelled. By default a file dialog.
     using FileChooser = std::function<QString(const QString &title, const QString &folder)>;
     void setFileChooser(FileChooser chooser) { m_chooseFile = std::move(chooser); }
-    // The folder the sound chooser starts in: the user's music folder, else /usr/share/sounds.
-    static QString soundFolder();
 
     void done(int result) override;
 
@@ -70,14 +62,11 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void buildControls();
-    QLayout *buildLook();
-    QWidget *buildSchedule();
-    QWidget *buildFiles();
-    void buildMenus(QLayout *layout);
-    void fillCalendarMenu();
+    void connectControls();
+    void connectFileModes();
     void watchChanges();
 
+    void startFrom(int k, const TagRecord &tag);
     void start(int k, const TagRecord &base, const TagEntryInput &in, const EnvRecord &env);
     void load(const TagEntryInput &in);
     void setLook(const TagLook &look);
@@ -96,15 +85,13 @@ private:
     void chooseFile();
     void replay();
     void pickDate(QLineEdit *field, QLineEdit *fallback);
-    void insertText(const QString &text);
-    void insertCalendar(const QDate &month);
     void clearEraseTime();
-    void askCalendarMonth();
 
     const EnvRecord &env() const;
     void applyEntrySize(const EnvRecord &env);
     void storeEntrySize();
 
+    TagEntryForm m_ui;
     const TagStore &m_store;
     Settings &m_settings;
     TagOperations m_operations;
@@ -119,40 +106,4 @@ private:
     TagLook m_look;   // font and colours; the look check boxes hold the rest
     bool m_loading = false;
     bool m_changed = false;
-
-    QPlainTextEdit *m_message = nullptr;
-    QLabel *m_length = nullptr;
-    QCheckBox *m_3d = nullptr;
-    QCheckBox *m_frame = nullptr;
-    QCheckBox *m_frameM = nullptr;
-    QCheckBox *m_transpar = nullptr;
-    QCheckBox *m_topWindow = nullptr;
-    QCheckBox *m_blink = nullptr;
-    QButtonGroup *m_kinds = nullptr;
-    QLineEdit *m_date = nullptr;
-    QLineEdit *m_ddate = nullptr;
-    QPushButton *m_calender = nullptr;
-    QPushButton *m_calender2 = nullptr;
-    QComboBox *m_hh = nullptr;
-    QComboBox *m_mm = nullptr;
-    QComboBox *m_dhh = nullptr;
-    QComboBox *m_dmm = nullptr;
-    QComboBox *m_day = nullptr;
-    std::array<QCheckBox *, 7> m_week{};
-    std::array<QCheckBox *, 5> m_no{};
-    QCheckBox *m_soundOn = nullptr;
-    QCheckBox *m_openFile = nullptr;
-    QCheckBox *m_mail = nullptr;
-    QLineEdit *m_soundPath = nullptr;
-    QLabel *m_soundLabel = nullptr;
-    QPushButton *m_chooseButton = nullptr;
-    QPushButton *m_replay = nullptr;
-    QPushButton *m_delSound = nullptr;
-    QCheckBox *m_sealed = nullptr;
-    QLineEdit *m_password = nullptr;
-    QLineEdit *m_x = nullptr;
-    QLineEdit *m_y = nullptr;
-    QPushButton *m_delete = nullptr;
-    QPushButton *m_addNet = nullptr;
-    QMenu *m_calendarMenu = nullptr;
 };

@@ -15,7 +15,7 @@ TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagL
 
     QMenu *file = fileMenu();
     connect(addCommand(file, "mnu_Update", "設定変更"), &QAction::triggered, this,
-            &TagList::update);
+            &TagList::editSelected);
     connect(addCommand(file, "mnu_Create", "新規作成 (ｺﾋﾟｰの作成)"), &QAction::triggered, this,
             &TagList::createCopy);
     file->addSeparator();
@@ -26,7 +26,7 @@ TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagL
 
     QMenu *popup = popupMenu();
     connect(addCommand(popup, "List_Update", "設定変更"), &QAction::triggered, this,
-            &TagList::update);
+            &TagList::editSelected);
     connect(addCommand(popup, "List_Create", "新規作成 (ｺﾋﾟｰの作成)"), &QAction::triggered, this,
             &TagList::createCopy);
     popup->addSeparator();
@@ -38,7 +38,7 @@ TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagL
     connect(addCommand(popup, "List_Delete", "ごみ箱に入れる。（削除する）"), &QAction::triggered,
             this, &TagList::trashSelected);
 
-    connect(list(), &QListWidget::itemDoubleClicked, this, &TagList::update);
+    connect(list(), &QListWidget::itemDoubleClicked, this, &TagList::editSelected);
     addFilter();
     finishSetUp();
 }
@@ -67,7 +67,7 @@ int TagList::tagForEditor()
     return k;
 }
 
-void TagList::update()
+void TagList::editSelected()
 {
     if (const int k = tagForEditor())
         m_host.openEditor(k);

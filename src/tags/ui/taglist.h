@@ -14,7 +14,7 @@ public:
     int selectedTag() const;
 
     // The commands, as the menus call them.
-    void update();
+    void editSelected();
     void createCopy();
     void eraseSelected();
     void redisplaySelected();
@@ -22,7 +22,7 @@ public:
 
 protected:
     QString describe(const TagRecord &tag, int k) const override;
-    void enterPressed() override { update(); }
+    void enterPressed() override { editSelected(); }
     void deletePressed() override { trashSelected(); }
 
 private:

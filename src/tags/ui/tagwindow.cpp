@@ -121,13 +121,13 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
         if (wasVisible)
             show();
     }
-    setWindowOpacity(tag.byte(Tag::Transparent) == 1 ? opacityFor(env) : 1.0);
+    setWindowOpacity(tag.isTransparent() ? opacityFor(env) : 1.0);
 
     m_fore = ColorRef::toColor(tag.longValue(Tag::ForeColor));
     m_back = ColorRef::toColor(tag.longValue(Tag::BackColor));
-    m_frame = tag.byte(Tag::FrameM) == 1 ? 3 : tag.byte(Tag::Frame) == 1 ? 1 : 0;
-    m_look3D = tag.byte(Tag::Look3D) == 1;
-    m_blink = tag.byte(Tag::Blink) == 1;
+    m_frame = tag.frameWidth();
+    m_look3D = tag.hasLook3D();
+    m_blink = tag.blinks();
     if (!m_blink && isBlinking())
         stopBlinking();
 

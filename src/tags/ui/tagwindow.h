@@ -33,7 +33,7 @@ public:
     void refresh(const TagRecord &tag, const EnvRecord &env);
     QString text() const { return m_message; }
     bool isBlinking() const;
-    // Starts "the 500 ms state" when the tag blinks; showing the window does this.
+    // Starts the 500 ms blink timer when the tag blinks; showing the window does this.
     void startBlinking();
     QLabel *label() const { return m_label; }
     QLabel *noteLabel() const { return m_note; }
