@@ -4,9 +4,9 @@
 #include "clock.h"
 #include "commlog.h"
 #include "datagram.h"
+#include "manualclock.h"
 #include "netendpoint.h"
 #include "prompt.h"
-#include "manualclock.h"
 #include "scriptedprompt.h"
 
 #include <QApplication>

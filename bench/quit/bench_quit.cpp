@@ -4,9 +4,9 @@
 #include "clock.h"
 #include "mainmenu.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "tagmain.h"
 #include "tagstore.h"
-#include "scriptedprompt.h"
 
 #include <QAction>
 #include <QApplication>

@@ -2,12 +2,12 @@
 // every tag (what start-up, a clock change, a wake-up or a zone change do), and
 // the timer's tick that looks only at the tags whose moment has come, side by side.
 #include "clock.h"
+#include "manualclock.h"
 #include "prompt.h"
 #include "schedule.h"
 #include "scheduler.h"
-#include "tagstore.h"
-#include "manualclock.h"
 #include "scriptedprompt.h"
+#include "tagstore.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

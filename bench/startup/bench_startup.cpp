@@ -5,9 +5,9 @@
 #include "clock.h"
 #include "desktopdisplay.h"
 #include "prompt.h"
+#include "scriptedprompt.h"
 #include "tagmain.h"
 #include "tagstore.h"
-#include "scriptedprompt.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>

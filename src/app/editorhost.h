@@ -23,8 +23,9 @@ class EditorHost : public QObject, public TagListHost
 {
     Q_OBJECT
 public:
-    EditorHost(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock, Scheduler &scheduler,
-               DesktopDisplay &display, MailDesk &mail, QObject *parent = nullptr);
+    EditorHost(const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
+               Scheduler &scheduler, DesktopDisplay &display, MailDesk &mail,
+               QObject *parent = nullptr);
     ~EditorHost() override;
 
     static QString editorOpenText();

@@ -23,8 +23,8 @@ class MailDesk : public QObject
 {
     Q_OBJECT
 public:
-    MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-             QObject *parent = nullptr);
+    MailDesk(const FileSet &files, const TagStore &store, Settings &settings, Prompt &prompt,
+             const Clock &clock, QObject *parent = nullptr);
     ~MailDesk() override;
 
     CommLog &log() { return m_log; }

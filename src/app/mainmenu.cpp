@@ -45,8 +45,10 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(config, "mnu_LogStart", QStringLiteral("通信ﾛｸﾞ記録開始"));
     QMenu *other = submenu(config, "mnu_Other", QStringLiteral("その他の基本設定"));
     entry(other, "mnu_ScmTop", QStringLiteral("ｽｹｼﾞｭｰﾙで表示される付箋を最上位に表示"), true, true);
-    entry(other, "mnu_NetTop", QStringLiteral("他のｺﾝﾋﾟｭｰﾀから送られた付箋を最上位に表示"), true, true);
-    entry(other, "mnu_NetSound", QStringLiteral("他から送られた付箋の表示時に音を鳴らす"), true, true);
+    entry(other, "mnu_NetTop", QStringLiteral("他のｺﾝﾋﾟｭｰﾀから送られた付箋を最上位に表示"), true,
+          true);
+    entry(other, "mnu_NetSound", QStringLiteral("他から送られた付箋の表示時に音を鳴らす"), true,
+          true);
     entry(other, "mnu_SoundSel", QStringLiteral("鳴らす音源ﾌｧｲﾙを指定する"));
     entry(config, "mnu_UnInstall", QStringLiteral("ｱﾝｲｽﾄｰﾙの準備"), false);
 
@@ -76,8 +78,10 @@ MainMenu::MainMenu() : m_popup(std::make_unique<QMenu>()), m_popup2(std::make_un
     entry(small, "mnu_CopyEnv", QStringLiteral("コピー環境設定"), false);
     QMenu *colors = submenu(small, "mnu_Color", QStringLiteral("背景色の変更"));
     static const char16_t *const Names[BackColors] = {
-        u"黒", u"青", u"緑", u"シアン", u"赤", u"マゼンタ", u"黄", u"白\t",
-        u"灰色", u"明るい青", u"明るい緑", u"明るいシアン", u"明るい赤", u"明るいマゼンタ", u"明るい黄", u"明るい白"};
+        u"黒",       u"青",           u"緑",       u"シアン",         u"赤",
+        u"マゼンタ", u"黄",           u"白\t",     u"灰色",           u"明るい青",
+        u"明るい緑", u"明るいシアン", u"明るい赤", u"明るいマゼンタ", u"明るい黄",
+        u"明るい白"};
     auto *group = new QActionGroup(colors);
     for (int i = 0; i < BackColors; ++i) {
         QAction *a = entry(colors, "", QString::fromUtf16(Names[i]), true, true);

@@ -211,10 +211,13 @@ void NetDesk::raiseSealed(int k)
         // A closed form makes room for the next sealed tag that waits.
         connect(form, &QObject::destroyed, this, [this] {
             if (!m_sealedWaiting.isEmpty())
-                QMetaObject::invokeMethod(this, [this] {
-                    if (!m_sealedWaiting.isEmpty())
-                        raiseSealed(m_sealedWaiting.takeFirst());
-                }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this,
+                    [this] {
+                        if (!m_sealedWaiting.isEmpty())
+                            raiseSealed(m_sealedWaiting.takeFirst());
+                    },
+                    Qt::QueuedConnection);
         });
         slot = form;
     }

@@ -29,8 +29,8 @@ class NetDesk : public QObject
 public:
     using IdentitySource = std::function<LocalIdentity()>;
 
-    NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt, const Clock &clock,
-            IdentitySource identity, QObject *parent = nullptr);
+    NetDesk(const QString &logPath, TagStore &store, Settings &settings, Prompt &prompt,
+            const Clock &clock, IdentitySource identity, QObject *parent = nullptr);
     ~NetDesk() override;
 
     static QString notConfiguredText();

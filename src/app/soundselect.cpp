@@ -1,9 +1,9 @@
 #include "soundselect.h"
 
 #include "prompt.h"
-#include "soundplayer.h"
 #include "settings.h"
 #include "soundfolder.h"
+#include "soundplayer.h"
 
 #include <QDir>
 #include <QFileDialog>

@@ -68,8 +68,9 @@ QString TagMain::trayTip()
 
 QString TagMain::corruptEnvText()
 {
-    return QStringLiteral("環境定義ファイルの内容が壊れています。\r\n"
-                          "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。");
+    return QStringLiteral(
+        "環境定義ファイルの内容が壊れています。\r\n"
+        "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。");
 }
 
 bool TagMain::end(const QString &message)
@@ -144,7 +145,8 @@ bool TagMain::loadEnvironment()
 void TagMain::startNetAndMail()
 {
     // The LAN starts only when its settings still belong to this host.
-    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock, m_netIdentity);
+    m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock,
+                                      m_netIdentity);
     m_net->setBindAddress(m_netBind);
     m_net->startUp(m_settings->env());
 
@@ -204,17 +206,29 @@ bool TagMain::start()
     m_display->setTray(m_tray.get(), m_icon);
     connect(m_display.get(), &DesktopDisplay::tagPressed, this, &TagMain::onTagPressed);
     connect(m_display.get(), &DesktopDisplay::tagDoubleClicked, this, &TagMain::onTagDoubleClicked);
-    connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(), &TagPopupMenu::popupFor);
+    connect(m_display.get(), &DesktopDisplay::tagPopupRequested, m_tagMenu.get(),
+            &TagPopupMenu::popupFor);
     m_display->setMailer([this](int k) { m_mail->SendTagMail(k); });
-    m_scheduler = std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_schedulerTimer);
+    m_scheduler =
+        std::make_unique<Scheduler>(*m_store, m_clock, m_prompt, *m_display, m_schedulerTimer);
     m_scheduler->useSettings(m_settings->env());
-    m_editors = std::make_unique<EditorHost>(*m_store, *m_settings, m_prompt, m_clock, *m_scheduler, *m_display, *m_mail);
+    m_editors = std::make_unique<EditorHost>(*m_store, *m_settings, m_prompt, m_clock, *m_scheduler,
+                                             *m_display, *m_mail);
     m_editors->setTrayRestorer([this] {
         if (m_tray)
             m_tray->show();
     });
     m_scheduler->loadAll();
-    // Tags from other computers: shown through the scheduler like any other tag.
+    connectNet();
+    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_scheduler, *m_mail, m_tagSender);
+    m_running = true;
+    return true;
+}
+
+// Tags from other computers, sealed ones and the send entries of the editor and hotkey 5.
+void TagMain::connectNet()
+{
+    // Shown through the scheduler like any other tag.
     m_net->attach();
     connect(m_net.get(), &NetDesk::tagArrived, this, [this](int k) {
         m_scheduler->tagChanged(k);
@@ -235,9 +249,6 @@ bool TagMain::start()
     // Hotkey 5: the clipboard text as a tag, to the participants chosen in UserSelect.
     if (!m_tagSender)
         m_tagSender = [this](const QString &text) { m_net->chooseAndSendText(text); };
-    m_sys->wireActions(*m_store, *m_editors, *m_display, *m_scheduler, *m_mail, m_tagSender);
-    m_running = true;
-    return true;
 }
 
 void TagMain::setHotkeys(std::unique_ptr<Hotkeys> hotkeys)
@@ -248,7 +259,8 @@ void TagMain::setHotkeys(std::unique_ptr<Hotkeys> hotkeys)
 void TagMain::firstRunSetUp()
 {
     if (m_running && m_firstRun)
-        m_sys->firstRunSetUp([this] { m_net->openNetSetup(); }, [this] { m_mail->openSmtpSetup(); });
+        m_sys->firstRunSetUp([this] { m_net->openNetSetup(); },
+                             [this] { m_mail->openSmtpSetup(); });
 }
 
 void TagMain::setUpTray()
@@ -258,13 +270,14 @@ void TagMain::setUpTray()
     m_tray = std::make_unique<QSystemTrayIcon>(m_icon);
     m_tray->setToolTip(trayTip());
     m_tray->setContextMenu(m_mainMenu->popup());
-    connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        const bool shift = QGuiApplication::queryKeyboardModifiers() & Qt::ShiftModifier;
-        if (reason == QSystemTrayIcon::Trigger)
-            trayMessage(TrayMessages::LeftUp, shift);
-        else if (reason == QSystemTrayIcon::DoubleClick)
-            trayMessage(TrayMessages::LeftDoubleClick, shift);
-    });
+    connect(m_tray.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                const bool shift = QGuiApplication::queryKeyboardModifiers() & Qt::ShiftModifier;
+                if (reason == QSystemTrayIcon::Trigger)
+                    trayMessage(TrayMessages::LeftUp, shift);
+                else if (reason == QSystemTrayIcon::DoubleClick)
+                    trayMessage(TrayMessages::LeftDoubleClick, shift);
+            });
     // Hovering shows the next tip; the tray widget asks for its tip just then.
     qApp->installEventFilter(this);
 
@@ -287,8 +300,8 @@ QMenu *TagMain::trayMenu() const
 
 bool TagMain::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::ToolTip && m_tray
-        && QLatin1String(watched->metaObject()->className()) == QLatin1String("QSystemTrayIconSys"))
+    if (event->type() == QEvent::ToolTip && m_tray &&
+        QLatin1String(watched->metaObject()->className()) == QLatin1String("QSystemTrayIconSys"))
         trayMessage(TrayMessages::MouseMove, false);
     return QObject::eventFilter(watched, event);
 }
@@ -314,7 +327,8 @@ void TagMain::trayMessage(int message, bool shift)
         if (m_mainMenu)
             m_mainMenu->popup()->popup(QCursor::pos());
         break;
-    case TrayMessages::Action::None: break;
+    case TrayMessages::Action::None:
+        break;
     }
 }
 
@@ -328,12 +342,14 @@ void TagMain::setUpMenus()
         connect(m_mainMenu->action(QString::fromLatin1(name)), &QAction::triggered, this, handler);
     };
     on("mnuExit", [this] { Q_EMIT quitRequested(); });
-    on("mnu_AutoPosYes", [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 1); }); });
-    on("mnu_AutoPosNo", [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 0); }); });
+    on("mnu_AutoPosYes",
+       [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 1); }); });
+    on("mnu_AutoPosNo",
+       [this] { changeSetting([](EnvRecord &e) { e.setByte(Env::AutoPosition, 0); }); });
     // Each switch stores the opposite of what its check mark showed.
-    for (const auto &[name, field] : {std::pair{"mnu_ScmTop", int(Env::ScmTop)},
-                                      std::pair{"mnu_NetTop", int(Env::NetTop)},
-                                      std::pair{"mnu_NetSound", int(Env::NetSound)}}) {
+    for (const auto &[name, field] :
+         {std::pair{"mnu_ScmTop", int(Env::ScmTop)}, std::pair{"mnu_NetTop", int(Env::NetTop)},
+          std::pair{"mnu_NetSound", int(Env::NetSound)}}) {
         // Qt has flipped the check already: checked is the negation of what it showed.
         connect(m_mainMenu->action(QString::fromLatin1(name)), &QAction::triggered, this,
                 [this, f = field](bool checked) {
@@ -373,7 +389,9 @@ void TagMain::setUpMenus()
 
 void TagMain::applySettingsToMenu()
 {
-    auto check = [this](const char *name, bool on) { m_mainMenu->action(QString::fromLatin1(name))->setChecked(on); };
+    auto check = [this](const char *name, bool on) {
+        m_mainMenu->action(QString::fromLatin1(name))->setChecked(on);
+    };
     check("mnu_AutoPosYes", m_settings->env().byte(Env::AutoPosition) == 1);
     check("mnu_AutoPosNo", m_settings->env().byte(Env::AutoPosition) != 1);
     check("mnu_ScmTop", m_settings->env().byte(Env::ScmTop) == 1);
@@ -381,7 +399,7 @@ void TagMain::applySettingsToMenu()
     check("mnu_NetSound", m_settings->env().byte(Env::NetSound) == 1);
     m_mainMenu->action(QStringLiteral("mnu_LogStart"))
         ->setText(m_settings->env().byte(Env::LogEnabled) != 0 ? QStringLiteral("通信ﾛｸﾞ記録終了")
-                                                       : QStringLiteral("通信ﾛｸﾞ記録開始"));
+                                                               : QStringLiteral("通信ﾛｸﾞ記録開始"));
     const int back = m_settings->env().byte(Env::BackColor);
     if (back < MainMenu::BackColors)
         check(qPrintable(QStringLiteral("mnu_BackColor_%1").arg(back)), true);
@@ -400,7 +418,8 @@ void TagMain::togglePause()
 {
     m_paused = !m_paused;
     m_scheduler->setPaused(m_paused);
-    m_mainMenu->action(QStringLiteral("mnuStop"))->setText(m_paused ? QStringLiteral("再開") : QStringLiteral("一時停止"));
+    m_mainMenu->action(QStringLiteral("mnuStop"))
+        ->setText(m_paused ? QStringLiteral("再開") : QStringLiteral("一時停止"));
     if (m_tray)
         m_tray->setToolTip(m_paused ? TrayMessages::pausedTip() : trayTip());
 }
@@ -483,7 +502,8 @@ void TagMain::onTagMenu(int k, int entry)
             w->refresh(styled, m_settings->env());
         break;
     }
-    default: break;
+    default:
+        break;
     }
 }
 

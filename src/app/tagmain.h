@@ -104,6 +104,7 @@ private:
     bool loadEnvironment();
     void startNetAndMail();
     void setUpTray();
+    void connectNet();
     void setUpMenus();
     void applySettingsToMenu();
     // Reads record 1, lets change alter it, writes it back and keeps the copy.

@@ -8,7 +8,15 @@
 class TrayMessages
 {
 public:
-    enum class Action { None, ShowTip, RaiseTags, ScreenCopy, NewTag, OpenMenu };
+    enum class Action
+    {
+        None,
+        ShowTip,
+        RaiseTags,
+        ScreenCopy,
+        NewTag,
+        OpenMenu
+    };
 
     static constexpr int MouseMove = 0x200;
     static constexpr int LeftUp = 0x202;

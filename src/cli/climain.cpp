@@ -328,8 +328,7 @@ int runEval(const QStringList &args, const QString &defaultDir, QIODevice &out, 
         if (answer.result != ScheduleResult::Damaged) {
             const bool shown = answer.result == ScheduleResult::Due;
             line += QStringLiteral("%1\t%2\t").arg(int(answer.result)).arg(answer.seconds);
-            line += describeSchedule(schedule, shown, tag->mailSent())
-                        .replace(u'\n', u' ');
+            line += describeSchedule(schedule, shown, tag->mailSent()).replace(u'\n', u' ');
         } else {
             line += QStringLiteral("?\t?\tschedule kind %1 is unknown").arg(schedule.kind);
             err.write(QStringLiteral("pinboard-cli: tag %1: %2\n")

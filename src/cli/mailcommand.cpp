@@ -84,11 +84,12 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
         return std::nullopt;
     }
     connect(m_sender.get(), &MailSender::sent, this, done);
-    m_mailer = std::make_unique<TagMailer>(files, *m_store, *m_settings, *m_sender, m_clock, m_prompt);
+    m_mailer =
+        std::make_unique<TagMailer>(files, *m_store, *m_settings, *m_sender, m_clock, m_prompt);
     // Refused before any session: the detail, not the box that would have shown it.
     if (!m_mailer->SendTagMail(k))
         return failWith(!m_sender->lastFailure().isEmpty() ? m_sender->lastFailure()
-                        : m_prompt.texts().isEmpty()         ? QStringLiteral("not sent")
+                        : m_prompt.texts().isEmpty()       ? QStringLiteral("not sent")
                                                            : m_prompt.texts().last());
     return std::nullopt;
 }

@@ -66,7 +66,8 @@ QString decode(QByteArrayView bytes)
 {
     QString text;
     text.reserve(bytes.size());
-    std::optional<QStringDecoder> decoder; // made only for a text that needs it: opening one is slow
+    std::optional<QStringDecoder>
+        decoder; // made only for a text that needs it: opening one is slow
     for (qsizetype i = 0; i < bytes.size();) {
         // A run of whole characters of one kind: single-byte ASCII, or anything else
         // (a double-byte pair may have an ASCII-range trail byte, so pairs stay together).

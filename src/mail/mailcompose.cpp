@@ -19,7 +19,8 @@ bool hasLineBreak(const QString &s)
 // A NUL or another control code in an address would reach the server's RCPT line.
 bool hasControl(const QString &s)
 {
-    return std::any_of(s.begin(), s.end(), [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
+    return std::any_of(s.begin(), s.end(),
+                       [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
 }
 
 bool anyHasControl(const QStringList &list)
@@ -154,7 +155,8 @@ std::optional<ComposedMail> ComposeTagMail(const MailContent &mail, const QDateT
     if (hasLineBreak(mail.from) || anyHasLineBreak(mail.to) || anyHasLineBreak(mail.cc) ||
         anyHasLineBreak(mail.bcc))
         return fail(QStringLiteral("メールアドレスに改行が含まれています。"));
-    if (hasControl(mail.from) || anyHasControl(mail.to) || anyHasControl(mail.cc) || anyHasControl(mail.bcc))
+    if (hasControl(mail.from) || anyHasControl(mail.to) || anyHasControl(mail.cc) ||
+        anyHasControl(mail.bcc))
         return fail(QStringLiteral("メールアドレスに制御文字が含まれています。"));
 
     ComposedMail out;

@@ -28,9 +28,9 @@ QString TagMailer::noAddressText()
 }
 
 TagMailer::TagMailer(const FileSet &files, const TagStore &store, const Settings &settings,
-                     MailSender &sender,
-                     const Clock &clock, Prompt &prompt)
-    : m_files(files), m_store(store), m_settings(settings), m_sender(sender), m_clock(clock), m_prompt(prompt)
+                     MailSender &sender, const Clock &clock, Prompt &prompt)
+    : m_files(files), m_store(store), m_settings(settings), m_sender(sender), m_clock(clock),
+      m_prompt(prompt)
 {
 }
 

@@ -21,8 +21,8 @@ public:
     // Said when a tag has no To address; nothing is sent then.
     static QString noAddressText();
 
-    TagMailer(const FileSet &files, const TagStore &store, const Settings &settings, MailSender &sender, const Clock &clock,
-              Prompt &prompt);
+    TagMailer(const FileSet &files, const TagStore &store, const Settings &settings,
+              MailSender &sender, const Clock &clock, Prompt &prompt);
 
     // The content of tag k's mail; nullopt with the reason when the tag cannot be read.
     std::optional<MailContent> contentOf(int k, QString *error = nullptr) const;

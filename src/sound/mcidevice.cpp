@@ -20,7 +20,6 @@ constexpr int PollMs = 100;
 // Larger than any alarm tune; a file beyond it is not read whole.
 constexpr qint64 MaxMidiBytes = 16 * 1024 * 1024;
 
-
 bool is(const QString &word, QLatin1String keyword)
 {
     return word.compare(keyword, Qt::CaseInsensitive) == 0;

@@ -47,7 +47,8 @@ std::optional<QByteArray> readOpen(QFile &file, qint64 offset, qint64 slot, int 
     QByteArray bytes = file.read(qMin<qint64>(headBytes + Ahead, slot));
     if (bytes.size() < headBytes)
         return bytes;
-    const qint64 total = headBytes + qBound<qint64>(0, restOf(bytes.first(headBytes)), slot - headBytes);
+    const qint64 total =
+        headBytes + qBound<qint64>(0, restOf(bytes.first(headBytes)), slot - headBytes);
     if (bytes.size() > total)
         bytes.truncate(total);
     else if (bytes.size() == headBytes + Ahead && total > bytes.size())
@@ -94,7 +95,8 @@ void DataFile::readSizedEach(const std::vector<int> &records, int headBytes, con
             continue;
         }
         auto bytes = readOpen(file, offset, m_slotSize, headBytes, restOf);
-        each(r, bytes, bytes ? QString() : QStringLiteral("%1: %2").arg(m_path, file.errorString()));
+        each(r, bytes,
+             bytes ? QString() : QStringLiteral("%1: %2").arg(m_path, file.errorString()));
     }
 }
 

@@ -9,7 +9,11 @@
 class RecentFiles
 {
 public:
-    enum Kind : char { Sound = 'S', OpenFile = 'O' };
+    enum Kind : char
+    {
+        Sound = 'S',
+        OpenFile = 'O'
+    };
     static constexpr int MaxPerKind = 16;
 
     // Lines that are not of the form above are skipped; a missing file is an empty list.

@@ -75,7 +75,8 @@ QJsonValue elementToJson(const FixedRecord &r, int field, int index)
     bool same = true; // numbers always come back as they were
     if (f.type == FieldType::Text) {
         const QString text = plain.toString();
-        same = textProblem(text).isEmpty() && Cp932::toField(text, f.length) == r.rawText(field, index);
+        same = textProblem(text).isEmpty() &&
+               Cp932::toField(text, f.length) == r.rawText(field, index);
     } else if (f.type == FieldType::Date) {
         FixedRecord again = r;
         QString ignored;

@@ -89,7 +89,9 @@ std::optional<TagRecord> TagRecord::parse(QByteArrayView bytes, QString *error)
         return std::nullopt;
     };
     if (bytes.size() < FixedSize + 2)
-        return fail(QStringLiteral("record ends after %1 of %2 bytes").arg(bytes.size()).arg(FixedSize + 2));
+        return fail(QStringLiteral("record ends after %1 of %2 bytes")
+                        .arg(bytes.size())
+                        .arg(FixedSize + 2));
     const QByteArray head = bytes.first(FixedSize + 2).toByteArray();
     const int length = quint16(LE::int16(head, FixedSize));
     if (length > MaxMessageBytes)
@@ -119,10 +121,17 @@ TagState TagRecord::state() const
 void TagRecord::setState(TagState state)
 {
     switch (state) {
-    case TagState::Live: setStateMark(Live); break;
-    case TagState::InTrash: setStateMark(InTrash); break;
-    case TagState::Free: setStateMark(Deleted); break;
-    case TagState::Unknown: break;
+    case TagState::Live:
+        setStateMark(Live);
+        break;
+    case TagState::InTrash:
+        setStateMark(InTrash);
+        break;
+    case TagState::Free:
+        setStateMark(Deleted);
+        break;
+    case TagState::Unknown:
+        break;
     }
 }
 

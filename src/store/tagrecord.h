@@ -6,21 +6,70 @@
 
 // Where a tag stands: listed ("0"), in the trash ("D"), its record free ("9"),
 // or a mark this program never writes.
-enum class TagState { Live, InTrash, Free, Unknown };
+enum class TagState
+{
+    Live,
+    InTrash,
+    Free,
+    Unknown
+};
 
 // The schedule kinds of field ScheduleKind; anything else is damaged data.
-enum class ScheduleKind { ShowNow = 0, OnDate = 1, Daily = 2, Weekly = 3, Monthly = 4 };
+enum class ScheduleKind
+{
+    ShowNow = 0,
+    OnDate = 1,
+    Daily = 2,
+    Weekly = 3,
+    Monthly = 4
+};
 
 // One tag: a 456-byte fixed part, then the message as a 2-byte length and its
 // CP932 bytes. Records 2 ... TagCount + 1 of Pinboard.dt1.
 namespace Tag {
-enum Field {
-    TagNumber, StateMark, FontName, FontBold, FontItalic, FontUnderline, FontStrikeout,
-    FontSize, Pad43, ForeColor, BackColor, Look3D, Frame, FrameM, Pad55, Width, Height,
-    ScheduleKind, Pad65, DisplayDateTime, MonthlyDay, WeekdayFlags, EraseTime, Transparent,
-    TopMost, Blink, SenderName, EraseDateTime, WeekOfMonthFlags, SoundFlag, OpenFileFlag,
-    PosX, PosY, MailFlag, ReceivedMark, Password, SenderAddress, SealedFlag, MailSent,
-    FilePath, Pad453,
+enum Field
+{
+    TagNumber,
+    StateMark,
+    FontName,
+    FontBold,
+    FontItalic,
+    FontUnderline,
+    FontStrikeout,
+    FontSize,
+    Pad43,
+    ForeColor,
+    BackColor,
+    Look3D,
+    Frame,
+    FrameM,
+    Pad55,
+    Width,
+    Height,
+    ScheduleKind,
+    Pad65,
+    DisplayDateTime,
+    MonthlyDay,
+    WeekdayFlags,
+    EraseTime,
+    Transparent,
+    TopMost,
+    Blink,
+    SenderName,
+    EraseDateTime,
+    WeekOfMonthFlags,
+    SoundFlag,
+    OpenFileFlag,
+    PosX,
+    PosY,
+    MailFlag,
+    ReceivedMark,
+    Password,
+    SenderAddress,
+    SealedFlag,
+    MailSent,
+    FilePath,
+    Pad453,
     FieldCount
 };
 } // namespace Tag

@@ -17,11 +17,13 @@ struct ClockChangeWatcher::Impl
     {
         itimerspec farAway{};
         farAway.it_value.tv_sec = 0x7FFFFFFF; // never expires on its own
-        return timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &farAway, nullptr) == 0;
+        return timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &farAway,
+                               nullptr) == 0;
     }
 };
 
-ClockChangeWatcher::ClockChangeWatcher(QObject *parent) : QObject(parent), d(std::make_unique<Impl>())
+ClockChangeWatcher::ClockChangeWatcher(QObject *parent)
+    : QObject(parent), d(std::make_unique<Impl>())
 {
     d->fd = timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
     if (d->fd < 0 || !d->arm()) {

@@ -17,7 +17,8 @@ struct ClockChangeWatcher::Impl : QAbstractNativeEventFilter
     }
 };
 
-ClockChangeWatcher::ClockChangeWatcher(QObject *parent) : QObject(parent), d(std::make_unique<Impl>())
+ClockChangeWatcher::ClockChangeWatcher(QObject *parent)
+    : QObject(parent), d(std::make_unique<Impl>())
 {
     d->owner = this;
     QCoreApplication::instance()->installNativeEventFilter(d.get());

@@ -103,7 +103,6 @@ QStringList splitList(const QString &value)
     return ids;
 }
 
-
 // %f %F %u %U become the file, %% a percent sign; the other field codes go, and so
 // does a word made of nothing else. No file code at all: the file goes last, so
 // the program still gets it.

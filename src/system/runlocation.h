@@ -3,7 +3,8 @@
 #include <QString>
 
 // Where the program may run from: checked before any file is touched.
-enum class RunLocation {
+enum class RunLocation
+{
     Ok,
     NetworkPath,     // a UNC path: the user must map a drive first
     UnsuitableDrive, // not a fixed disk or network drive

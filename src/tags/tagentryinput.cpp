@@ -201,7 +201,8 @@ TagEntryInput newTagInput(const TagRecord &base, const EnvRecord &env, const QDa
     in.date = TagEntryText::formatDate(today);
     const int kind = env.text(Env::DefaultScheduleKind).toInt();
     in.kind = kind >= 0 && kind <= 4 ? kind : 0;
-    const QTime time = QTime::fromString(env.text(Env::DefaultDisplayTime), QStringLiteral("hh:mm:ss"));
+    const QTime time =
+        QTime::fromString(env.text(Env::DefaultDisplayTime), QStringLiteral("hh:mm:ss"));
     if (time.isValid()) {
         in.hour = time.hour();
         in.minute = time.minute();

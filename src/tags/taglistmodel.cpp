@@ -9,7 +9,6 @@
 
 namespace {
 
-
 struct GeometryFields
 {
     int left, top, width, height;

@@ -29,7 +29,9 @@ public:
         Trash
     };
 
-    TagListModel(const TagStore &store, Settings &settings) : m_store(store), m_settings(settings) {}
+    TagListModel(const TagStore &store, Settings &settings) : m_store(store), m_settings(settings)
+    {
+    }
 
     // The tags of a view in record order; free records are never listed, tags in
     // the trash only in the trash.

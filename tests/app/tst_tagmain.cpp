@@ -128,9 +128,10 @@ void TestTagMain::damagedEnvironmentEndsStartUp()
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(!main.start());
     QCOMPARE(prompt.shown, QStringList{TagMain::corruptEnvText()});
-    QVERIFY(prompt.shown.first().startsWith(QStringLiteral("環境定義ファイルの内容が壊れています。")));
-    QVERIFY(prompt.shown.first().endsWith(
-        QStringLiteral("Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")));
+    QVERIFY(
+        prompt.shown.first().startsWith(QStringLiteral("環境定義ファイルの内容が壊れています。")));
+    QVERIFY(prompt.shown.first().endsWith(QStringLiteral(
+        "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")));
     QCOMPARE(fileBytes(f.fileName()), content); // nothing written over the damaged file
     QVERIFY(!main.schedulerTimer().isActive());
     QVERIFY(SingleInstance(dir.path()).tryAcquire());
@@ -142,8 +143,10 @@ void TestTagMain::unwritableDirectoryEndsStartUp()
     ScriptedPrompt prompt;
     TagMain main(dir.filePath(QStringLiteral("gone")), prompt, m_clock);
     QVERIFY(!main.start());
-    QCOMPARE(prompt.shown, QStringList{QStringLiteral(
-                               "予期せぬエラーが発生しました。ディスクが書込み禁止になっている可能性があります。")});
+    QCOMPARE(
+        prompt.shown,
+        QStringList{QStringLiteral(
+            "予期せぬエラーが発生しました。ディスクが書込み禁止になっている可能性があります。")});
 }
 
 void TestTagMain::clockChangeBringsTheTickForward()
@@ -175,7 +178,8 @@ void TestTagMain::dueTagsAppearAtStartUp()
     TagRecord now, later, trashed;
     now.setMessage(QStringLiteral("今すぐ"));
     later.setByte(Tag::ScheduleKind, 1);
-    later.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 2), QTime(9, 0), QTimeZone::utc()));
+    later.setDate(Tag::DisplayDateTime,
+                  QDateTime(QDate(2024, 5, 2), QTime(9, 0), QTimeZone::utc()));
     trashed.setStateMark(TagRecord::InTrash);
     for (TagRecord *t : {&now, &later, &trashed})
         QVERIFY(store.addTag(*t));
@@ -250,7 +254,8 @@ void TestTagMain::editorAndListsFromTheMenus()
     act("mnu_NewTag")->trigger();
     QCOMPARE(prompt.shown, QStringList{EditorHost::editorOpenText()});
     QCOMPARE(main.editors()->editor(), editor);
-    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))->setPlainText(QStringLiteral("新しい付箋"));
+    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
+        ->setPlainText(QStringLiteral("新しい付箋"));
     editor->findChild<QPushButton *>(QStringLiteral("Command1"))->click();
     QTRY_VERIFY(!main.editors()->editor());
     QCOMPARE(main.store().readTag(1)->message(), QStringLiteral("新しい付箋"));
@@ -320,7 +325,8 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
 {
     QTemporaryDir dir, refusingDir, normalDir;
     ServerProcess refusing(refusingDir.path()), normal(normalDir.path());
-    QVERIFY(refusing.start(QStringLiteral("reject-RCPT")) && normal.start(QStringLiteral("normal")));
+    QVERIFY(refusing.start(QStringLiteral("reject-RCPT")) &&
+            normal.start(QStringLiteral("normal")));
     const FileSet files = FileSet::forDirectory(dir.path());
     TagStore store(files.dt1);
     EnvRecord env;
@@ -345,7 +351,8 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
     QCOMPARE(desk.contentRecipients(1), chosen);
     QCOMPARE(notice.size(), 0);
 
-    QVERIFY(settings.change([&](EnvRecord &e) { e.setLong(Env::SmtpPort, normal.port); }).isEmpty());
+    QVERIFY(
+        settings.change([&](EnvRecord &e) { e.setLong(Env::SmtpPort, normal.port); }).isEmpty());
     desk.sendContentTo(1, desk.contentRecipients(1));
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 2, 15000);
     QCOMPARE(notice.size(), 1);
@@ -363,7 +370,8 @@ void TestTagMain::tagListFollowsTheScheduler()
     tag.setMessage(QStringLiteral("朝会"));
     tag.setByte(Tag::ScheduleKind, 1);
     tag.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
-    tag.setDate(Tag::EraseDateTime, QDateTime(QDate(2024, 5, 1), QTime(10, 0, 30), QTimeZone::utc()));
+    tag.setDate(Tag::EraseDateTime,
+                QDateTime(QDate(2024, 5, 1), QTime(10, 0, 30), QTimeZone::utc()));
     QVERIFY(store.addTag(tag));
     ManualClock clock(m_clock.now());
     ScriptedPrompt prompt;
@@ -392,7 +400,8 @@ void TestTagMain::trayRetries_data()
     QTest::newRow("on the 30th retry") << 31 << QList<bool>{} << 0 << true << false;
     QTest::newRow("no after 30") << 0 << QList<bool>{false} << 1 << false << true;
     QTest::newRow("yes, then found") << 40 << QList<bool>{true} << 1 << true << false;
-    QTest::newRow("yes twice, then no") << 0 << QList<bool>{true, true, false} << 3 << false << true;
+    QTest::newRow("yes twice, then no")
+        << 0 << QList<bool>{true, true, false} << 3 << false << true;
 }
 
 void TestTagMain::trayRetries()
@@ -415,7 +424,8 @@ void TestTagMain::trayRetries()
     QCOMPARE(givenUpSpy.count(), givenUp ? 1 : 0);
     QCOMPARE(prompt.shown.size(), questions);
     for (const QString &text : prompt.shown)
-        QCOMPARE(text, QStringLiteral("タスクトレイのアイコン表示に失敗しました。\r\n再実行しますか？　いいえを選択した場合はプログラムを終了します。"));
+        QCOMPARE(text, QStringLiteral("タスクトレイのアイコン表示に失敗しました。\r\n再実行しますか"
+                                      "？　いいえを選択した場合はプログラムを終了します。"));
     for (const QString &title : prompt.titles)
         QCOMPARE(title, QStringLiteral("実行確認"));
     // Each question comes after the first try and 30 more.

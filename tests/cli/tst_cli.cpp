@@ -357,7 +357,8 @@ void TestCli::dirDefaultsToPortableExecutableDir()
     QCOMPARE(QJsonDocument::fromJson(dump.out)[QLatin1String("tags")].toArray().size(), 6);
 
     const QString json = scratch.filePath(QStringLiteral("one.json"));
-    QVERIFY(writeFile(json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})"));
+    QVERIFY(writeFile(
+        json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})"));
     QCOMPARE(runCli({QStringLiteral("load"), json}, exe).status, 0);
     QCOMPARE(TagStore(dt1Of(exeDir.path())).readTag(1)->message(), QStringLiteral("here"));
 }

@@ -68,7 +68,7 @@ void TestFixedRecord::littleEndianAndPadding()
 {
     FixedRecord r(Sample, 27);
     QCOMPARE(r.date(5), OleDate::noDate()); // a fresh date field holds "no date"
-    r.setText(0, QStringLiteral("あい")); // "い" would be split: left out
+    r.setText(0, QStringLiteral("あい"));   // "い" would be split: left out
     r.setInteger(2, -2);
     r.setLong(4, 0x01020304);
     r.setByte(6, 7, 2);

@@ -301,7 +301,8 @@ void TestMailCompose::refused_data()
     row("bcc", "bcc", "\nd@x.jp", address);
     QTest::newRow("NUL in to") << QStringLiteral("to") << QStringLiteral("a@x.jp") + QChar(0)
                                << QStringLiteral("メールアドレスに制御文字が含まれています。");
-    row("TAB in cc", "cc", "c@x\t.jp", QStringLiteral("メールアドレスに制御文字が含まれています。"));
+    row("TAB in cc", "cc", "c@x\t.jp",
+        QStringLiteral("メールアドレスに制御文字が含まれています。"));
     row("attachment", "attachment", "/nonexistent/a.pdf",
         QStringLiteral("添付ファイルを読み込めません: /nonexistent/a.pdf"));
 }

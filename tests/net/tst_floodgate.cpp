@@ -43,16 +43,19 @@ void TestFloodGate::gate_data()
     QTest::newRow("one source, fourth refused")
         << QStringList{u"1@0"_s, u"1@10"_s, u"1@20"_s, u"1@30"_s} << QStringLiteral("YYYN");
     QTest::newRow("its minute over, let in again")
-        << QStringList{u"1@0"_s, u"1@10"_s, u"1@20"_s, u"1@1000"_s, u"1@1010"_s} << QStringLiteral("YYYYY");
+        << QStringList{u"1@0"_s, u"1@10"_s, u"1@20"_s, u"1@1000"_s, u"1@1010"_s}
+        << QStringLiteral("YYYYY");
     QTest::newRow("at the window's edge still counted")
         << QStringList{u"1@0"_s, u"1@1"_s, u"1@2"_s, u"1@999"_s} << QStringLiteral("YYYN");
-    QTest::newRow("others still heard") << QStringList{u"1@0"_s, u"1@1"_s, u"1@2"_s, u"1@3"_s, u"2@4"_s}
-                                        << QStringLiteral("YYYNY");
+    QTest::newRow("others still heard")
+        << QStringList{u"1@0"_s, u"1@1"_s, u"1@2"_s, u"1@3"_s, u"2@4"_s} << QStringLiteral("YYYNY");
     QTest::newRow("all together capped")
-        << QStringList{u"1@0"_s, u"1@1"_s, u"2@2"_s, u"2@3"_s, u"3@4"_s, u"4@5"_s, u"3@1004"_s, u"4@1005"_s}
+        << QStringList{u"1@0"_s, u"1@1"_s, u"2@2"_s,    u"2@3"_s,
+                       u"3@4"_s, u"4@5"_s, u"3@1004"_s, u"4@1005"_s}
         << QStringLiteral("YYYYYNYY");
     QTest::newRow("refused arrivals do not count")
-        << QStringList{u"1@0"_s, u"1@1"_s, u"1@2"_s, u"1@3"_s, u"1@4"_s, u"1@1001"_s} << QStringLiteral("YYYNNY");
+        << QStringList{u"1@0"_s, u"1@1"_s, u"1@2"_s, u"1@3"_s, u"1@4"_s, u"1@1001"_s}
+        << QStringLiteral("YYYNNY");
 }
 
 void TestFloodGate::gate()
@@ -73,7 +76,7 @@ void TestFloodGate::forgetsOldSources()
     FloodGate gate(1, 1'000'000, 1000);
     for (quint32 s = 0; s < FloodGate::MaxSources; ++s)
         QVERIFY(gate.admit(s, 0));
-    QVERIFY(!gate.admit(FloodGate::MaxSources, 10)); // table full, all still in their minute
+    QVERIFY(!gate.admit(FloodGate::MaxSources, 10));  // table full, all still in their minute
     QVERIFY(gate.admit(FloodGate::MaxSources, 1001)); // the old ones are forgotten
     QVERIFY(!gate.admit(FloodGate::MaxSources, 1002));
 }

@@ -12,12 +12,24 @@ QString typeText(const FieldDef &f)
 {
     QString t;
     switch (f.type) {
-    case FieldType::Byte: t = QStringLiteral("Byte"); break;
-    case FieldType::Integer: t = QStringLiteral("Integer"); break;
-    case FieldType::Long: t = QStringLiteral("Long"); break;
-    case FieldType::Date: t = QStringLiteral("Date"); break;
-    case FieldType::Text: t = QStringLiteral("text %1").arg(f.length); break;
-    case FieldType::Pad: t = QStringLiteral("pad %1").arg(f.length); break;
+    case FieldType::Byte:
+        t = QStringLiteral("Byte");
+        break;
+    case FieldType::Integer:
+        t = QStringLiteral("Integer");
+        break;
+    case FieldType::Long:
+        t = QStringLiteral("Long");
+        break;
+    case FieldType::Date:
+        t = QStringLiteral("Date");
+        break;
+    case FieldType::Text:
+        t = QStringLiteral("text %1").arg(f.length);
+        break;
+    case FieldType::Pad:
+        t = QStringLiteral("pad %1").arg(f.length);
+        break;
     }
     if (f.count > 1)
         t += QStringLiteral(" × %1").arg(f.count);
@@ -54,7 +66,8 @@ void TestDocs::tablesMatchLayouts_data()
     QTest::addColumn<QString>("heading");
     QTest::addColumn<int>("size");
     QTest::addColumn<bool>("env");
-    QTest::newRow("environment") << QStringLiteral("### Environment record") << EnvRecord::Size << true;
+    QTest::newRow("environment") << QStringLiteral("### Environment record") << EnvRecord::Size
+                                 << true;
     QTest::newRow("tag") << QStringLiteral("### Tag record") << TagRecord::FixedSize << false;
 }
 
@@ -71,7 +84,8 @@ void TestDocs::tablesMatchLayouts()
     QCOMPARE(rows.size(), qsizetype(layout.size()));
     for (qsizetype i = 0; i < rows.size(); ++i) {
         const FieldDef &f = layout[i];
-        const QString name = f.type == FieldType::Pad ? QStringLiteral("—") : QString::fromLatin1(f.name);
+        const QString name =
+            f.type == FieldType::Pad ? QStringLiteral("—") : QString::fromLatin1(f.name);
         QCOMPARE(rows[i], (QStringList{QString::number(f.offset), typeText(f), name}));
     }
 }

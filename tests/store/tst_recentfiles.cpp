@@ -49,7 +49,9 @@ void TestRecentFiles::oddLinesAreSkipped()
     const RecentFiles files = RecentFiles::load(path);
     QCOMPARE(files.list(RecentFiles::Sound), QStringList{QStringLiteral("/a.wav")});
     QCOMPARE(files.list(RecentFiles::OpenFile), QStringList{QStringLiteral("/c.doc")});
-    QVERIFY(RecentFiles::load(dir.filePath(QStringLiteral("missing"))).list(RecentFiles::Sound).isEmpty());
+    QVERIFY(RecentFiles::load(dir.filePath(QStringLiteral("missing")))
+                .list(RecentFiles::Sound)
+                .isEmpty());
 }
 
 QTEST_APPLESS_MAIN(TestRecentFiles)

@@ -10,10 +10,10 @@
 namespace {
 // Independent of the layout tables: where the texts lie, from the documented layouts.
 const QList<QPair<int, int>> EnvTexts = {
-    {0, 5},    {8, 32},   {40, 32},   {72, 15},   {87, 32},   {177, 255}, {432, 255}, {730, 7},
-    {737, 255}, {994, 1}, {995, 1},   {996, 255}, {1264, 6},  {1273, 298}, {1616, 1}, {1617, 8},
-    {1626, 64}, {1700, 64}, {1784, 1}, {1785, 1}, {1796, 1},  {1797, 260}};
-const QList<QPair<int, int>> TagTexts = {{0, 5},  {5, 1},   {6, 32},   {84, 5},   {92, 32},
+    {0, 5},     {8, 32},    {40, 32},  {72, 15},   {87, 32},  {177, 255},  {432, 255}, {730, 7},
+    {737, 255}, {994, 1},   {995, 1},  {996, 255}, {1264, 6}, {1273, 298}, {1616, 1},  {1617, 8},
+    {1626, 64}, {1700, 64}, {1784, 1}, {1785, 1},  {1796, 1}, {1797, 260}};
+const QList<QPair<int, int>> TagTexts = {{0, 5},   {5, 1},   {6, 32},   {84, 5},   {92, 32},
                                          {149, 1}, {150, 8}, {158, 15}, {175, 278}};
 
 QByteArray blank(int size, const QList<QPair<int, int>> &texts)
@@ -63,14 +63,17 @@ void TestRecords::defaultEnvGolden()
 {
     QByteArray expected = blank(EnvRecord::Size, EnvTexts);
     put(expected, 0, "00001");
-    put(expected, 87, "\x82\x6C\x82\x72\x20\x82\x6F\x83\x53\x83\x56\x83\x62\x83\x4E"); // ＭＳ Ｐゴシック
+    put(expected, 87,
+        "\x82\x6C\x82\x72\x20\x82\x6F\x83\x53\x83\x56\x83\x62\x83\x4E"); // ＭＳ Ｐゴシック
     put(expected, 123, "\x0A");
     put(expected, 128, QByteArray("\xFF\xFF\x80\x00", 4));
     put(expected, 133, "\x01");
     put(expected, 702, QByteArray("\xC8\x00\x78\x00", 4));
     put(expected, 708, QByteArray("\x50\x00\x08\x00", 4));
     put(expected, 724, "\x01\x01");
-    put(expected, 992, "\x0F\x01" "00");
+    put(expected, 992,
+        "\x0F\x01"
+        "00");
     put(expected, 1260, QByteArray("\x64\x00\x64\x00", 4));
     put(expected, 1264, "010000");
     put(expected, 1270, "\x01");
@@ -170,7 +173,9 @@ void TestRecords::sampleTagGolden()
     put(expected, 158, "192.168.1.7");
     put(expected, 173, "\x01");
     put(expected, 175, "/usr/share/sounds/alarm.wav");
-    const QByteArray message = "\x89\xEF\x8B\x63\x82\xCD" "10" "\x8E\x9E\x81\x60";
+    const QByteArray message = "\x89\xEF\x8B\x63\x82\xCD"
+                               "10"
+                               "\x8E\x9E\x81\x60";
     expected += QByteArray("\x0C\x00", 2) + message;
 
     const QByteArray actual = tag.serialize();

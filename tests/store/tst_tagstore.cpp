@@ -51,7 +51,8 @@ void TestTagStore::recordsLieInTheirSlots()
     QCOMPARE(raw.size(), 3 * 32767 + 458 + 5);
     QCOMPARE(raw.first(5), QByteArray("00001"));
     for (int k = 1; k <= 3; ++k) {
-        QCOMPARE(raw.mid(k * 32767 + 456, 7), QByteArray("\x05\x00tag ", 6) + QByteArray::number(k));
+        QCOMPARE(raw.mid(k * 32767 + 456, 7),
+                 QByteArray("\x05\x00tag ", 6) + QByteArray::number(k));
         const auto tag = m_store->readTag(k);
         QVERIFY(tag.has_value());
         QCOMPARE(tag->message(), QStringLiteral("tag %1").arg(k));
@@ -139,10 +140,18 @@ void TestTagStore::damagedFilesAreReported()
     QFile f(path);
     QVERIFY(f.open(QIODevice::ReadWrite));
     switch (damage) {
-    case 0: f.resize(1000); break;
-    case 1: f.seek(32767 + 456); f.write("\xF0\x7F", 2); break;
-    case 2: f.resize(32767 + 460); break;
-    case 3: break;
+    case 0:
+        f.resize(1000);
+        break;
+    case 1:
+        f.seek(32767 + 456);
+        f.write("\xF0\x7F", 2);
+        break;
+    case 2:
+        f.resize(32767 + 460);
+        break;
+    case 3:
+        break;
     case 4: {
         EnvRecord env;
         env.setTagCount(5);

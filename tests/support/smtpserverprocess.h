@@ -50,4 +50,3 @@ private:
     QString m_record;
     QProcess m_process;
 };
-

@@ -27,10 +27,21 @@ QDateTime wallTime(int h, int n = 0)
 class FakeDisplay final : public TagDisplay
 {
 public:
-    void showTag(int k, const TagRecord &) override { log << QStringLiteral("show %1").arg(k); shown.insert(k); }
-    void takeDown(int k) override { log << QStringLiteral("down %1").arg(k); shown.remove(k); }
+    void showTag(int k, const TagRecord &) override
+    {
+        log << QStringLiteral("show %1").arg(k);
+        shown.insert(k);
+    }
+    void takeDown(int k) override
+    {
+        log << QStringLiteral("down %1").arg(k);
+        shown.remove(k);
+    }
     bool isShown(int k) const override { return shown.contains(k); }
-    void openFile(int k, const QString &path) override { log << QStringLiteral("open %1 %2").arg(k).arg(path); }
+    void openFile(int k, const QString &path) override
+    {
+        log << QStringLiteral("open %1 %2").arg(k).arg(path);
+    }
     void playSound(const QString &path) override { log << QStringLiteral("sound ") + path; }
     void beep() override { log << QStringLiteral("beep"); }
     void startBlink() override { log << QStringLiteral("blink"); }
@@ -138,8 +149,9 @@ void TestScheduler::dailyTagComesExpiresAndReturns()
     m_scheduler->loadAll();
     QCOMPARE(m_timer->intervalMs(), 3600000); // 10:00 is exactly an hour away
     tickAt(local(2024, 5, 1, 10, 0));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("sound /s/alarm.wav"),
-                                             QStringLiteral("blink")}));
+    QCOMPARE(m_display->take(),
+             (QStringList{QStringLiteral("show 1"), QStringLiteral("sound /s/alarm.wav"),
+                          QStringLiteral("blink")}));
     QCOMPARE(m_scheduler->state(k), int(Scheduler::Shown));
     QCOMPARE(m_timer->intervalMs(), 3600000); // until the erase time
     tickAt(local(2024, 5, 1, 11, 0));
@@ -192,8 +204,10 @@ void TestScheduler::startUpShowsWithoutAlarm()
     QCOMPARE(m_scheduler->state(4), int(Scheduler::Idle));
     // The damaged kind and the unreadable record were each reported once.
     QCOMPARE(m_prompt->shown.size(), 2);
-    QCOMPARE(m_prompt->shown.first(),
-             QStringLiteral("Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"));
+    QCOMPARE(
+        m_prompt->shown.first(),
+        QStringLiteral(
+            "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"));
     QCOMPARE(m_prompt->shown.last(), Scheduler::unreadableTagsText({QStringLiteral("00005")}));
 }
 
@@ -208,14 +222,15 @@ void TestScheduler::filesAndMailOncePerOccurrence()
                           [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
     m_scheduler->loadAll();
     tickAt(local(2024, 5, 1, 9, 30));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("open 1 /d/report.ods"), QStringLiteral("mail 2"),
-                                             QStringLiteral("mail 3")}));
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("open 1 /d/report.ods"),
+                                             QStringLiteral("mail 2"), QStringLiteral("mail 3")}));
     QCOMPARE(m_store->readTag(dated)->byte(Tag::MailSent), 1);
     tickAt(local(2024, 5, 1, 12, 0));
     QVERIFY(m_display->take().isEmpty());
     tickAt(local(2024, 5, 2, 9, 0));
     tickAt(local(2024, 5, 2, 9, 30));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("open 1 /d/report.ods"), QStringLiteral("mail 2")}));
+    QCOMPARE(m_display->take(),
+             (QStringList{QStringLiteral("open 1 /d/report.ods"), QStringLiteral("mail 2")}));
     // A restart does not mail the dated tag again.
     m_scheduler->loadAll();
     QVERIFY(!m_display->take().contains(QStringLiteral("mail 3")));
@@ -243,12 +258,16 @@ void TestScheduler::alarms_data()
     QTest::addColumn<QString>("arrival");
     QTest::addColumn<int>("kind");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("own sound") << false << 1 << "/a.mid" << 1 << "/arr.wav" << int(Alarm::Sound) << "/a.mid";
+    QTest::newRow("own sound") << false << 1 << "/a.mid" << 1 << "/arr.wav" << int(Alarm::Sound)
+                               << "/a.mid";
     QTest::newRow("own, no file: beep") << false << 1 << "" << 1 << "" << int(Alarm::Beep) << "";
     QTest::newRow("own, silent") << false << 0 << "/a.mid" << 1 << "" << int(Alarm::None) << "";
-    QTest::newRow("received: arrival sound") << true << 0 << "" << 1 << "/arr.wav" << int(Alarm::Sound) << "/arr.wav";
-    QTest::newRow("received, none chosen: beep") << true << 0 << "" << 1 << "" << int(Alarm::Beep) << "";
-    QTest::newRow("received, switched off") << true << 0 << "" << 0 << "/arr.wav" << int(Alarm::None) << "";
+    QTest::newRow("received: arrival sound")
+        << true << 0 << "" << 1 << "/arr.wav" << int(Alarm::Sound) << "/arr.wav";
+    QTest::newRow("received, none chosen: beep")
+        << true << 0 << "" << 1 << "" << int(Alarm::Beep) << "";
+    QTest::newRow("received, switched off")
+        << true << 0 << "" << 0 << "/arr.wav" << int(Alarm::None) << "";
 }
 
 void TestScheduler::alarms()
@@ -301,7 +320,8 @@ void TestScheduler::redisplaySkipsFilesAndMail()
     m_clock->set(local(2024, 5, 1, 8, 0, 30));
     m_scheduler->loadAll();
     QCOMPARE(m_display->take(),
-             (QStringList{QStringLiteral("show 1"), QStringLiteral("open 2 /d/a.ods"), QStringLiteral("mail 3")}));
+             (QStringList{QStringLiteral("show 1"), QStringLiteral("open 2 /d/a.ods"),
+                          QStringLiteral("mail 3")}));
     m_scheduler->hideTag(1);
     m_display->take();
     m_scheduler->redisplay();
@@ -314,7 +334,8 @@ void TestScheduler::recurringTagStillUpAtItsNextOccurrence()
     const int k = add(2, wallTime(10), {}, [](TagRecord &t) { t.setByte(Tag::SoundFlag, 1); });
     m_scheduler->loadAll();
     tickAt(local(2024, 5, 1, 10, 0));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("beep"), QStringLiteral("blink")}));
+    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("beep"),
+                                             QStringLiteral("blink")}));
     tickAt(local(2024, 5, 2, 0, 0));
     tickAt(local(2024, 5, 2, 10, 0));
     // Nobody took it down: it stays as it is, without a second alarm.

@@ -85,7 +85,7 @@ void TestTagOperations::deleteForGoodWipesTheRecord()
     QCOMPARE(freed.date(Tag::EraseDateTime), OleDate::clearedDate());
     QVERIFY(freed.message().isEmpty() && freed.text(Tag::Password).isEmpty());
     QVERIFY(!fileBytes(m_store->file().path()).contains("more")); // nor in the rest of the slot
-    QVERIFY(!m_ops->trash(1));                 // a free record stays free
+    QVERIFY(!m_ops->trash(1));                                    // a free record stays free
 }
 
 void TestTagOperations::emptyTrashFreesOnlyTheTrash()

@@ -226,7 +226,8 @@ void TestTagWindow::hostileGeometryIsBounded()
         t.setLong(Tag::PosX, v);
         t.setLong(Tag::PosY, v);
         TagWindow w(1, t, env);
-        QVERIFY2(w.width() <= screen.width() && w.height() <= screen.height(), qPrintable(QString::number(v)));
+        QVERIFY2(w.width() <= screen.width() && w.height() <= screen.height(),
+                 qPrintable(QString::number(v)));
         QVERIFY(screen.contains(w.pos()));
     }
 }

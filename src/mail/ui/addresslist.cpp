@@ -26,7 +26,6 @@
 
 namespace {
 
-
 QPushButton *button(const char *name, const QString &caption, QWidget *parent)
 {
     auto *b = new QPushButton(caption, parent);

@@ -6,7 +6,8 @@
 #include <QListWidget>
 #include <QMenu>
 
-TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host, QWidget *parent)
+TagList::TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
+                 QWidget *parent)
     : TagListWindow(TagListModel::View::Live, store, settings, prompt, host, parent)
 {
     setObjectName(QStringLiteral("TagList"));

@@ -8,7 +8,8 @@ class TagList : public TagListWindow
 {
     Q_OBJECT
 public:
-    TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host, QWidget *parent = nullptr);
+    TagList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
+            QWidget *parent = nullptr);
 
     // The selected tag, 0 when none.
     int selectedTag() const;

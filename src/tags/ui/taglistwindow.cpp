@@ -11,10 +11,11 @@
 #include <QMenuBar>
 #include <QVBoxLayout>
 
-TagListWindow::TagListWindow(TagListModel::View view, const TagStore &store, Settings &settings, Prompt &prompt,
-                             TagListHost &host, QWidget *parent)
-    : QMainWindow(parent), m_model(store, settings), m_operations(store, prompt), m_store(store), m_prompt(prompt), m_host(host),
-      m_view(view), m_list(new QListWidget), m_info(new QLabel), m_popup(new QMenu(this))
+TagListWindow::TagListWindow(TagListModel::View view, const TagStore &store, Settings &settings,
+                             Prompt &prompt, TagListHost &host, QWidget *parent)
+    : QMainWindow(parent), m_model(store, settings), m_operations(store, prompt), m_store(store),
+      m_prompt(prompt), m_host(host), m_view(view), m_list(new QListWidget), m_info(new QLabel),
+      m_popup(new QMenu(this))
 {
     m_list->setObjectName(QStringLiteral("lst_Tabs"));
     m_list->setFont(listFont());

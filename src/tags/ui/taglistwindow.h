@@ -39,8 +39,8 @@ Q_SIGNALS:
     void closed();
 
 protected:
-    TagListWindow(TagListModel::View view, const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
-                  QWidget *parent);
+    TagListWindow(TagListModel::View view, const TagStore &store, Settings &settings,
+                  Prompt &prompt, TagListHost &host, QWidget *parent);
 
     // The text under the list for tag k.
     virtual QString describe(const TagRecord &tag, int k) const = 0;

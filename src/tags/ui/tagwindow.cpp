@@ -156,8 +156,9 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
     // Stored values are bounded first: a damaged or hostile record must not ask
     // for a window larger than the screens or placed near the ends of int.
     const QList<QRect> areas = workAreas();
-    const QRect stored = boundedGeometry(tag.longValue(Tag::PosX), tag.longValue(Tag::PosY),
-                                         tag.longValue(Tag::Width), tag.longValue(Tag::Height), areas);
+    const QRect stored =
+        boundedGeometry(tag.longValue(Tag::PosX), tag.longValue(Tag::PosY),
+                        tag.longValue(Tag::Width), tag.longValue(Tag::Height), areas);
     QSize size = fittedSize();
     if (stored.width() > 0) {
         const int b = 2 * borderWidth();
@@ -165,7 +166,8 @@ void TagWindow::refresh(const TagRecord &tag, const EnvRecord &env)
     }
     if (stored.height() > 0)
         size.setHeight(stored.height());
-    const QRect wanted = boundedGeometry(stored.x(), stored.y(), size.width(), size.height(), areas);
+    const QRect wanted =
+        boundedGeometry(stored.x(), stored.y(), size.width(), size.height(), areas);
     setGeometry(placeTag(wanted, areas, env.autoPosition()));
     m_placed = pos();
     layoutLabels();

@@ -14,7 +14,8 @@ QString confirmTitle()
 }
 } // namespace
 
-TrashList::TrashList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host, QWidget *parent)
+TrashList::TrashList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
+                     QWidget *parent)
     : TagListWindow(TagListModel::View::Trash, store, settings, prompt, host, parent)
 {
     setObjectName(QStringLiteral("TrashList"));

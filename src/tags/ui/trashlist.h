@@ -8,7 +8,8 @@ class TrashList : public TagListWindow
 {
     Q_OBJECT
 public:
-    TrashList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host, QWidget *parent = nullptr);
+    TrashList(const TagStore &store, Settings &settings, Prompt &prompt, TagListHost &host,
+              QWidget *parent = nullptr);
 
     // The commands, as the menus call them.
     void restoreSelected();
