@@ -1,6 +1,7 @@
 #include "clock.h"
 #include "manualclock.h"
 #include "prompt.h"
+#include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "tagstore.h"
@@ -23,34 +24,6 @@ QDateTime wallTime(int h, int n = 0)
     return QDateTime(QDate(1900, 1, 1), QTime(h, n), QTimeZone::utc());
 }
 
-// Records what the scheduler asked for, in order.
-class FakeDisplay final : public TagDisplay
-{
-public:
-    void showTag(int k, const TagRecord &) override
-    {
-        log << QStringLiteral("show %1").arg(k);
-        shown.insert(k);
-    }
-    void takeDown(int k) override
-    {
-        log << QStringLiteral("down %1").arg(k);
-        shown.remove(k);
-    }
-    bool isShown(int k) const override { return shown.contains(k); }
-    void openFile(int k, const QString &path) override
-    {
-        log << QStringLiteral("open %1 %2").arg(k).arg(path);
-    }
-    void playSound(const QString &path) override { log << QStringLiteral("sound ") + path; }
-    void beep() override { log << QStringLiteral("beep"); }
-    void startBlink() override { log << QStringLiteral("blink"); }
-    void sendMail(int k, const TagRecord &) override { log << QStringLiteral("mail %1").arg(k); }
-    QStringList take() { return std::exchange(log, {}); }
-
-    QStringList log;
-    QSet<int> shown;
-};
 } // namespace
 
 class TestScheduler : public QObject
@@ -83,7 +56,7 @@ private:
     std::unique_ptr<TagStore> m_store;
     std::unique_ptr<ManualClock> m_clock;
     std::unique_ptr<ScriptedPrompt> m_prompt;
-    std::unique_ptr<FakeDisplay> m_display;
+    std::unique_ptr<RecordingDisplay> m_display;
     std::unique_ptr<SchedulerTimer> m_timer;
     std::unique_ptr<Scheduler> m_scheduler;
 };
@@ -95,7 +68,7 @@ void TestScheduler::init()
     QVERIFY(m_store->writeEnv(EnvRecord()));
     m_clock = std::make_unique<ManualClock>(local(2024, 5, 1, 9, 0));
     m_prompt = std::make_unique<ScriptedPrompt>();
-    m_display = std::make_unique<FakeDisplay>();
+    m_display = std::make_unique<RecordingDisplay>();
     m_timer = std::make_unique<SchedulerTimer>();
     m_scheduler = std::make_unique<Scheduler>(*m_store, *m_clock, *m_prompt, *m_display, *m_timer);
 }
