@@ -11,6 +11,7 @@
 #include "prompt.h"
 #include "scriptedprompt.h"
 #include "settings.h"
+#include "spinuntil.h"
 #include "tagsender.h"
 #include "tagstore.h"
 #include "tagwindow.h"
@@ -45,18 +46,6 @@ NetConfig config(quint16 port, int host, const QString &name)
     c.acceptOutside = true;
     c.bindAddress = QHostAddress(Lo(host));
     return c;
-}
-
-template <typename F> bool spinUntil(F done, int limitMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > limitMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
 }
 
 struct Recipient

@@ -8,6 +8,7 @@
 #include "netendpoint.h"
 #include "prompt.h"
 #include "scriptedprompt.h"
+#include "spinuntil.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -33,19 +34,6 @@ quint16 freePort()
     QUdpSocket probe;
     probe.bind(QHostAddress(Lo(1)), 0);
     return probe.localPort();
-}
-
-// Runs the event loop until done() or the limit; false on the limit.
-template <typename F> bool spinUntil(F done, int limitMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > limitMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
 }
 
 struct Peer

@@ -3,6 +3,7 @@
 #include "datagram.h"
 #include "fileset.h"
 #include "floodgate.h"
+#include "loopback.h"
 #include "manualclock.h"
 #include "netendpoint.h"
 #include "nettags.h"
@@ -17,13 +18,6 @@
 #include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-constexpr quint32 Lo(int host)
-{
-    return 0x7F000000u | quint32(host);
-}
-} // namespace
 
 class TestFloodGate : public QObject
 {
@@ -98,10 +92,8 @@ void TestFloodGate::floodOfTagsIsCutOff()
     NetEndpoint ep(log, clock, prompt);
     NetTags tags(ep, store, settings, prompt);
 
-    QUdpSocket probe;
-    QVERIFY(probe.bind(QHostAddress(Lo(1)), 0));
-    const quint16 port = probe.localPort();
-    probe.close();
+    const quint16 port = freeLoopbackPort();
+    QVERIFY(port != 0);
     NetConfig c;
     c.port = port;
     c.userName = QStringLiteral("me");
