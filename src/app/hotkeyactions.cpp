@@ -13,9 +13,7 @@ namespace HotkeyActions {
 
 TagRecord clipTag(const QString &text, const EnvRecord &env)
 {
-    TagRecord tag = TagActions::withDefaults(TagRecord(), env);
-    tag.setLong(Tag::Width, env.integer(Env::DefaultWidth));
-    tag.setLong(Tag::Height, env.integer(Env::DefaultHeight));
+    TagRecord tag = TagActions::newTag(env);
     tag.setLong(Tag::PosX, env.integer(Env::DefaultX));
     tag.setLong(Tag::PosY, env.integer(Env::DefaultY));
     tag.setByte(Tag::ScheduleKind, 0); // show now

@@ -115,9 +115,7 @@ void NetDesk::sendTag(int k, QWidget *parent)
 TagRecord NetDesk::tagFromText(const QString &text) const
 {
     const EnvRecord &env = m_settings.env();
-    TagRecord record = TagActions::withDefaults(TagRecord(), env);
-    record.setLong(Tag::Width, env.integer(Env::DefaultWidth));
-    record.setLong(Tag::Height, env.integer(Env::DefaultHeight));
+    TagRecord record = TagActions::newTag(env);
     // Stored with CR LF line ends, however the text came.
     record.setMessage(TagEntryText::stored(text));
     return record;

@@ -1,4 +1,5 @@
 #include "soundselect.h"
+#include "dialogbuttons.h"
 
 #include "prompt.h"
 #include "settings.h"
@@ -12,15 +13,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace {
-QPushButton *button(const char *name, const QString &caption, QWidget *parent)
-{
-    auto *b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    return b;
-}
-} // namespace
-
 SoundSelect::SoundSelect(Settings &settings, SoundPlayer &player, Prompt &prompt, QWidget *parent)
     : QDialog(parent), m_settings(settings), m_player(player), m_prompt(prompt),
       m_sound(new QLineEdit(this))
@@ -31,11 +23,11 @@ SoundSelect::SoundSelect(Settings &settings, SoundPlayer &player, Prompt &prompt
     m_sound->setObjectName(QStringLiteral("txt_Sound"));
     m_sound->setReadOnly(true);
     m_sound->setMinimumWidth(320);
-    auto *browse = button("cmd_Sound", QStringLiteral("参照..."), this);
-    auto *replay = button("cmd_Replay", QStringLiteral("試聴"), this);
-    auto *remove = button("cmd_DelSound", QStringLiteral("削除"), this);
-    auto *entry = button("cmd_Entry", QStringLiteral("登録"), this);
-    auto *cancel = button("cmd_Cancel", QStringLiteral("キャンセル"), this);
+    auto *browse = namedButton("cmd_Sound", QStringLiteral("参照..."), this);
+    auto *replay = namedButton("cmd_Replay", QStringLiteral("試聴"), this);
+    auto *remove = namedButton("cmd_DelSound", QStringLiteral("削除"), this);
+    auto *entry = namedButton("cmd_Entry", QStringLiteral("登録"), this);
+    auto *cancel = namedButton("cmd_Cancel", QStringLiteral("キャンセル"), this);
     entry->setDefault(true);
 
     auto *pathRow = new QHBoxLayout;

@@ -1,6 +1,7 @@
 #include "calender.h"
 
 #include "clock.h"
+#include "dialogbuttons.h"
 #include "monthlayout.h"
 
 #include <QGridLayout>
@@ -27,12 +28,8 @@ Calender::Calender(const QString &startDate, const Clock &clock, QWidget *parent
     setWindowTitle(u"日付選択"_s);
     setModal(true);
 
-    auto *back = new QPushButton(u"＜ 前月"_s, this);
-    back->setObjectName(u"M_BACK"_s);
-    back->setAutoDefault(false);
-    auto *next = new QPushButton(u"翌月 ＞"_s, this);
-    next->setObjectName(u"M_NEXT"_s);
-    next->setAutoDefault(false);
+    auto *back = plainButton("M_BACK", u"＜ 前月"_s, this);
+    auto *next = plainButton("M_NEXT", u"翌月 ＞"_s, this);
     m_caption = new QLabel(this);
     m_caption->setObjectName(u"lbl_Month"_s);
     m_caption->setAlignment(Qt::AlignCenter);
@@ -48,16 +45,10 @@ Calender::Calender(const QString &startDate, const Clock &clock, QWidget *parent
 
     QLayout *grid = buildDayGrid();
 
-    auto *ok = new QPushButton(u"OK"_s, this);
-    ok->setObjectName(u"cmd_OK"_s);
+    auto *ok = namedButton("cmd_OK", u"OK"_s, this);
     ok->setDefault(true);
-    auto *cancel = new QPushButton(u"キャンセル"_s, this);
-    cancel->setObjectName(u"cmd_Cencel"_s);
-    cancel->setAutoDefault(false);
-    auto *bottom = new QHBoxLayout;
-    bottom->addStretch(1);
-    bottom->addWidget(ok);
-    bottom->addWidget(cancel);
+    auto *cancel = plainButton("cmd_Cencel", u"キャンセル"_s, this);
+    auto *bottom = buttonRow({ok, cancel});
 
     // State lives in hidden fields, as the editor and tests read it by name.
     auto hiddenField = [this](const QString &name) {

@@ -16,7 +16,7 @@ constexpr const char *Usage = "usage: pinboard-cli mail-test [DIR] | mail [DIR] 
 }
 
 MailCommand::MailCommand(QIODevice &out, QIODevice &err, QObject *parent)
-    : QObject(parent), m_out(out), m_err(err)
+    : AsyncCommand(out, err, 1, parent)
 {
 }
 
@@ -26,17 +26,6 @@ bool MailCommand::handles(const QStringList &args)
 {
     return !args.isEmpty() &&
            (args.first() == QLatin1String("mail-test") || args.first() == QLatin1String("mail"));
-}
-
-void MailCommand::print(QIODevice &to, const QString &text)
-{
-    to.write(text.toUtf8() + '\n');
-}
-
-int MailCommand::failWith(const QString &text)
-{
-    print(m_err, text);
-    return 1;
 }
 
 std::optional<int> MailCommand::start(const QStringList &args, const QString &defaultDir)
@@ -73,9 +62,9 @@ std::optional<int> MailCommand::start(const QStringList &args, const QString &de
 
     const auto done = [this, test, k](bool ok, const QString &detail) {
         if (ok)
-            print(m_out, test ? m_prompt.texts().value(0) : QStringLiteral("sent tag %1").arg(k));
+            print(test ? m_prompt.texts().value(0) : QStringLiteral("sent tag %1").arg(k));
         else
-            print(m_err, detail);
+            printError(detail);
         Q_EMIT finished(ok ? 0 : 1);
     };
     if (test) {

@@ -1,12 +1,10 @@
 #pragma once
 
+#include "asynccommand.h"
 #include "clock.h"
 #include "commlog.h"
 #include "consoleprompt.h"
 
-#include <QIODevice>
-#include <QObject>
-#include <QStringList>
 #include <memory>
 #include <optional>
 
@@ -19,7 +17,7 @@ namespace Cli {
 
 // pinboard-cli mail-test [DIR] and mail [DIR] --tag N: run on the event loop,
 // print the outcome, and report the exit status through finished().
-class MailCommand : public QObject
+class MailCommand : public AsyncCommand
 {
     Q_OBJECT
 public:
@@ -27,19 +25,9 @@ public:
     ~MailCommand() override;
 
     static bool handles(const QStringList &args);
-    // Starts the command; an exit status when it is over at once (bad usage,
-    // unreadable data), nullopt while it runs on.
-    std::optional<int> start(const QStringList &args, const QString &defaultDir);
-
-Q_SIGNALS:
-    void finished(int status);
+    std::optional<int> start(const QStringList &args, const QString &defaultDir) override;
 
 private:
-    int failWith(const QString &text);
-    void print(QIODevice &to, const QString &text);
-
-    QIODevice &m_out;
-    QIODevice &m_err;
     SystemClock m_clock;
     ConsolePrompt m_prompt; // what would be shown is printed
     std::unique_ptr<CommLog> m_log;

@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 constexpr const char *Help = R"(NAME
@@ -59,18 +60,16 @@ int main(int argc, char *argv[])
         return 1;
     }
     const QString dataDir = resolveDataLocation(dataOption).dir;
-    if (Cli::MailCommand::handles(args)) {
-        // The mail commands talk to a server: they run on the event loop.
-        Cli::MailCommand command(out, err);
-        QObject::connect(&command, &Cli::MailCommand::finished, &app, &QCoreApplication::exit);
-        if (const auto status = command.start(args, dataDir))
-            return *status;
-        return app.exec();
-    }
-    if (Cli::NetCommand::handles(args)) {
-        Cli::NetCommand command(out, err);
-        QObject::connect(&command, &Cli::NetCommand::finished, &app, &QCoreApplication::exit);
-        if (const auto status = command.start(args, dataDir))
+    // The mail and LAN commands talk to a server or a port: they run on the event loop.
+    std::unique_ptr<Cli::AsyncCommand> command;
+    if (Cli::MailCommand::handles(args))
+        command = std::make_unique<Cli::MailCommand>(out, err);
+    else if (Cli::NetCommand::handles(args))
+        command = std::make_unique<Cli::NetCommand>(out, err);
+    if (command) {
+        QObject::connect(command.get(), &Cli::AsyncCommand::finished, &app,
+                         &QCoreApplication::exit);
+        if (const auto status = command->start(args, dataDir))
             return *status;
         return app.exec();
     }

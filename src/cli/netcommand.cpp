@@ -90,7 +90,7 @@ QString describeDatagram(quint32 from, const QByteArray &bytes)
 }
 
 NetCommand::NetCommand(QIODevice &out, QIODevice &err, QObject *parent)
-    : QObject(parent), m_out(out), m_err(err)
+    : AsyncCommand(out, err, 2, parent)
 {
 }
 
@@ -105,20 +105,6 @@ bool NetCommand::handles(const QStringList &args)
     return !args.isEmpty() && (args.first() == QLatin1String("net-send") ||
                                args.first() == QLatin1String("net-listen") ||
                                args.first() == QLatin1String("net-tag"));
-}
-
-void NetCommand::print(const QString &line)
-{
-    m_out.write(line.toUtf8() + '\n');
-    // A pipe would hold the lines back until exit; a watcher wants them now.
-    if (auto *file = qobject_cast<QFile *>(&m_out))
-        file->flush();
-}
-
-int NetCommand::failWith(const QString &text)
-{
-    m_err.write(text.toUtf8() + '\n');
-    return 2;
 }
 
 std::optional<int> NetCommand::start(const QStringList &args, const QString &defaultDir)
@@ -243,7 +229,7 @@ int NetCommand::send(const QString &to, const QString &type, const QString &text
     const qint64 sent = m_socket->writeDatagram(payload, QHostAddress(target), m_port);
     if (sent < 0)
         return failWith(QStringLiteral("not sent: %1").arg(m_socket->errorString()));
-    m_out.write(QStringLiteral("sent %1 bytes to %2:%3\n").arg(sent).arg(to).arg(m_port).toUtf8());
+    print(QStringLiteral("sent %1 bytes to %2:%3").arg(sent).arg(to).arg(m_port));
     return 0;
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "asynccommand.h"
+
 #include <QHostAddress>
-#include <QIODevice>
-#include <QObject>
-#include <QStringList>
 #include <memory>
 #include <optional>
 
@@ -26,7 +25,7 @@ QString describeDatagram(quint32 from, const QByteArray &bytes);
 // net-tag DIR --to ADDR[,ADDR...] --text T [--seconds S]: sends T as a tag the way
 // the program does (dummies, pauses, record) with DIR's settings and log, prints
 // each "<name> Received" answer; exit 0 once all answered, 1 when S (5) passed.
-class NetCommand : public QObject
+class NetCommand : public AsyncCommand
 {
     Q_OBJECT
 public:
@@ -34,22 +33,14 @@ public:
     ~NetCommand() override;
 
     static bool handles(const QStringList &args);
-    // An exit status when the command is over at once; nullopt while net-listen runs.
-    std::optional<int> start(const QStringList &args, const QString &defaultDir);
-
-Q_SIGNALS:
-    void finished(int status);
+    std::optional<int> start(const QStringList &args, const QString &defaultDir) override;
 
 private:
-    int failWith(const QString &text);
-    void print(const QString &line);
     int send(const QString &to, const QString &type, const QString &text);
     std::optional<int> sendTag(const QString &dir, const QString &to, const QString &text,
                                double seconds);
     void readPending();
 
-    QIODevice &m_out;
-    QIODevice &m_err;
     quint16 m_port = 0;
     QString m_userName;
     QHostAddress m_bind{QHostAddress::AnyIPv4};

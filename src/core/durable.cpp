@@ -22,6 +22,17 @@ bool commit(QSaveFile &file)
     return file.commit() && syncDirectory(directoryOf(file.fileName()));
 }
 
+bool writeFile(const QString &path, const QByteArray &bytes, QString *error)
+{
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && commit(file))
+        return true;
+    if (error)
+        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    file.cancelWriting();
+    return false;
+}
+
 bool copyFile(const QString &from, const QString &to, QString *error)
 {
     QFile in(from);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 class QFileDevice;
@@ -20,6 +21,9 @@ QString directoryOf(const QString &path);
 // directory, so the new file is in place for good when this returns true; on a
 // failed write the new file is dropped and the old one stays.
 bool commit(QSaveFile &file);
+// Writes the whole of bytes to path through a save file and commits it; on
+// failure the old file stays and error says why.
+bool writeFile(const QString &path, const QByteArray &bytes, QString *error = nullptr);
 // Copies from to to through a temporary name, synced, replacing to.
 bool copyFile(const QString &from, const QString &to, QString *error = nullptr);
 

@@ -34,19 +34,24 @@ TagMailer::TagMailer(const FileSet &files, const TagStore &store, const Settings
 {
 }
 
+MailContent TagMailer::addressed(const TagMailSettings &recipients, const QString &body) const
+{
+    MailContent c;
+    c.from = m_settings.env().text(Env::SmtpFrom);
+    c.to = recipients.to;
+    c.cc = recipients.cc;
+    c.bcc = recipients.bcc;
+    c.subject = recipients.subject;
+    c.body = body;
+    return c;
+}
+
 std::optional<MailContent> TagMailer::contentOf(int k, QString *error) const
 {
     const auto tag = m_store.readTag(k, error);
     if (!tag)
         return std::nullopt;
-    const TagMailSettings s = MailSettingsFile(m_files.dt4).read(k);
-    MailContent c;
-    c.from = m_settings.env().text(Env::SmtpFrom);
-    c.to = s.to;
-    c.cc = s.cc;
-    c.bcc = s.bcc;
-    c.subject = s.subject;
-    c.body = tag->message();
+    MailContent c = addressed(MailSettingsFile(m_files.dt4).read(k), tag->message());
     // The file box of a mail tag attaches its file.
     if (tag->hasSoundOrAttachment())
         c.attachmentPath = tag->text(Tag::FilePath);
@@ -66,13 +71,7 @@ bool TagMailer::SendTagMail(int k)
 
 bool TagMailer::sendDirect(const TagMailSettings &recipients, const QString &text)
 {
-    MailContent c;
-    c.from = m_settings.env().text(Env::SmtpFrom);
-    c.to = recipients.to;
-    c.cc = recipients.cc;
-    c.bcc = recipients.bcc;
-    c.subject = recipients.subject;
-    c.body = text;
+    MailContent c = addressed(recipients, text);
     c.directText = true;
     return queue(c);
 }

@@ -35,6 +35,8 @@ public:
     bool sendDirect(const TagMailSettings &recipients, const QString &text);
 
 private:
+    // A mail from this machine's sender address to the given recipients.
+    MailContent addressed(const TagMailSettings &recipients, const QString &body) const;
     bool queue(const MailContent &content);
 
     FileSet m_files;

@@ -4,7 +4,6 @@
 #include "durable.h"
 
 #include <QFile>
-#include <QSaveFile>
 #include <QtGlobal>
 
 namespace {
@@ -160,12 +159,5 @@ bool writeAddressBook(const QString &path, const AddressBookData &data, QString 
                          .arg(path);
         return false;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
-        !Durable::commit(file)) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return true;
+    return Durable::writeFile(path, out, error);
 }

@@ -250,11 +250,5 @@ PrepareResult prepareFileSet(const FileSet &files)
 
 bool createDataFile(const QString &dt1Path, const QByteArray &env, QString *error)
 {
-    QSaveFile file(dt1Path);
-    if (file.open(QIODevice::WriteOnly) && file.write(env) == env.size() && Durable::commit(file))
-        return true;
-    if (error)
-        *error = QStringLiteral("%1: %2").arg(dt1Path, file.errorString());
-    file.cancelWriting();
-    return false;
+    return Durable::writeFile(dt1Path, env, error);
 }

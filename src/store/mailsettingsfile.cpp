@@ -4,7 +4,6 @@
 #include "durable.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <array>
 #include <optional>
@@ -94,14 +93,7 @@ bool saveLines(const QString &path, const Lines &lines, QString *error)
     QByteArray out;
     for (const QByteArray &line : lines)
         out += line + "\r\n";
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
-        !Durable::commit(file)) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return true;
+    return Durable::writeFile(path, out, error);
 }
 
 // The lines [header, end) of the first section called name; header is -1 when absent.

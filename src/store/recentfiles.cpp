@@ -4,7 +4,6 @@
 #include "durable.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 RecentFiles RecentFiles::load(const QString &path)
 {
@@ -34,14 +33,7 @@ bool RecentFiles::save(const QString &path, QString *error) const
         out += "S\t" + Cp932::encode(p) + "\r\n";
     for (const QString &p : m_open)
         out += "O\t" + Cp932::encode(p) + "\r\n";
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(out) != out.size() ||
-        !Durable::commit(file)) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return true;
+    return Durable::writeFile(path, out, error);
 }
 
 QStringList RecentFiles::list(Kind kind) const

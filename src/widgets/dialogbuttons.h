@@ -12,6 +12,14 @@ inline QPushButton *namedButton(const char *name, const QString &caption, QWidge
     return button;
 }
 
+// A button Enter does not press: Enter belongs to the dialog's default button.
+inline QPushButton *plainButton(const char *name, const QString &caption, QWidget *parent = nullptr)
+{
+    auto *button = namedButton(name, caption, parent);
+    button->setAutoDefault(false);
+    return button;
+}
+
 // The row of a dialog's closing buttons, kept to the right.
 inline QHBoxLayout *buttonRow(std::initializer_list<QWidget *> buttons)
 {

@@ -1,4 +1,5 @@
 #include "addresslist.h"
+#include "dialogbuttons.h"
 
 #include "prompt.h"
 #include "settings.h"
@@ -25,14 +26,6 @@
 #include <algorithm>
 
 namespace {
-
-QPushButton *button(const char *name, const QString &caption, QWidget *parent)
-{
-    auto *b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    b->setAutoDefault(false);
-    return b;
-}
 
 QTreeWidget *list(const char *name, const QStringList &headings, QWidget *parent)
 {
@@ -79,8 +72,8 @@ AddressList::AddressList(AddressBook &book, const QString &dt3Path, Settings &se
           {QStringLiteral("名　前"), QStringLiteral("ﾒｰﾙｱﾄﾞﾚｽ"), QStringLiteral("ｸﾞﾙｰﾌﾟ")}, this)),
       m_groups(list("lst_GroupList", {QStringLiteral("ｸﾞﾙｰﾌﾟ名"), QStringLiteral("ﾒﾝﾊﾞｰ")}, this)),
       m_guide(new QLabel(this)), m_name(new QLineEdit(this)), m_address(new QLineEdit(this)),
-      m_entry(button("cmd_Entry", QStringLiteral("登録"), this)), m_groupName(new QLineEdit(this)),
-      m_addGroup(new QComboBox(this))
+      m_entry(plainButton("cmd_Entry", QStringLiteral("登録"), this)),
+      m_groupName(new QLineEdit(this)), m_addGroup(new QComboBox(this))
 {
     setObjectName(QStringLiteral("AddressList"));
     setWindowTitle(QStringLiteral("ｱﾄﾞﾚｽﾘｽﾄ"));
@@ -115,7 +108,7 @@ AddressList::AddressList(AddressBook &book, const QString &dt3Path, Settings &se
         groupRow->addWidget(m_group[i], 1);
     }
     form->addRow(groupRow);
-    auto *clear = button("cmd_Clear", QStringLiteral("新規"), this);
+    auto *clear = plainButton("cmd_Clear", QStringLiteral("新規"), this);
     auto *entryButtons = new QHBoxLayout;
     entryButtons->addStretch(1);
     entryButtons->addWidget(clear);
@@ -126,8 +119,8 @@ AddressList::AddressList(AddressBook &book, const QString &dt3Path, Settings &se
     entryLayout->addLayout(entryButtons);
 
     auto *groupBox = new QGroupBox(QStringLiteral("ｸﾞﾙｰﾌﾟ"), this);
-    auto *groupEntry = button("cmd_GroupEntry", QStringLiteral("ｸﾞﾙｰﾌﾟ登録"), this);
-    auto *add = button("cmd_Add", QStringLiteral("追加"), this);
+    auto *groupEntry = plainButton("cmd_GroupEntry", QStringLiteral("ｸﾞﾙｰﾌﾟ登録"), this);
+    auto *add = plainButton("cmd_Add", QStringLiteral("追加"), this);
     auto *groupGrid = new QFormLayout(groupBox);
     auto *newGroup = new QHBoxLayout;
     newGroup->addWidget(m_groupName, 1);
@@ -138,7 +131,7 @@ AddressList::AddressList(AddressBook &book, const QString &dt3Path, Settings &se
     addRow->addWidget(add);
     groupGrid->addRow(QStringLiteral("選択した人を追加"), addRow);
 
-    auto *close = button("cmd_Close", QStringLiteral("閉じる"), this);
+    auto *close = plainButton("cmd_Close", QStringLiteral("閉じる"), this);
     auto *bottom = new QHBoxLayout;
     bottom->addStretch(1);
     bottom->addWidget(close);

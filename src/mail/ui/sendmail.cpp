@@ -1,4 +1,5 @@
 #include "sendmail.h"
+#include "dialogbuttons.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -13,14 +14,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-QPushButton *button(const char *name, const QString &caption, QWidget *parent)
-{
-    auto *b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    b->setAutoDefault(false);
-    return b;
-}
 
 QListWidget *list(const QString &name, QWidget *parent)
 {
@@ -65,7 +58,7 @@ SendMail::SendMail(const AddressBook &book, const TagMailSettings &current, QWid
                                        QStringLiteral("Bcc")};
     auto *recipients = new QGridLayout;
     for (int t = 0; t < Targets; ++t) {
-        auto *addButton = button(addNames[t], captions[t] + QStringLiteral(" →"), this);
+        auto *addButton = plainButton(addNames[t], captions[t] + QStringLiteral(" →"), this);
         connect(addButton, &QPushButton::clicked, this, [this, t] { add(Target(t)); });
         recipients->addWidget(addButton, t, 0, Qt::AlignTop);
         auto *column = new QVBoxLayout;
@@ -73,7 +66,7 @@ SendMail::SendMail(const AddressBook &book, const TagMailSettings &current, QWid
         column->addWidget(m_lists[t]);
         recipients->addLayout(column, t, 1);
     }
-    auto *remove = button("cmd_Remove", QStringLiteral("削除"), this);
+    auto *remove = plainButton("cmd_Remove", QStringLiteral("削除"), this);
     recipients->addWidget(remove, Targets, 1, Qt::AlignRight);
 
     auto *lists = new QHBoxLayout;

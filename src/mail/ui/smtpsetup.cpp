@@ -1,4 +1,5 @@
 #include "smtpsetup.h"
+#include "dialogbuttons.h"
 
 #include "mailsender.h"
 #include "prompt.h"
@@ -26,13 +27,6 @@ QLineEdit *lineEdit(const QString &name, QWidget *parent)
     return edit;
 }
 
-QPushButton *button(const QString &name, const QString &caption, QWidget *parent)
-{
-    auto *b = new QPushButton(caption, parent);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
-}
 } // namespace
 
 std::optional<SmtpInputFault> validateSmtpInput(const QString &server, const QString &port,
@@ -90,9 +84,9 @@ SmtpSetup::SmtpSetup(Settings &settings, MailSender &sender, Prompt &prompt, QWi
     grid->addWidget(new QLabel(QStringLiteral("送信元メールアドレス"), this), 3, 0);
     grid->addWidget(m_from, 3, 1, 1, 2);
     auto *buttons = new QHBoxLayout;
-    m_test = button(QStringLiteral("cmd_ConnTest"), QStringLiteral("接続テスト"), this);
-    auto *entry = button(QStringLiteral("cmd_Entry"), QStringLiteral("登録"), this);
-    auto *cancel = button(QStringLiteral("cmd_Cancel"), QStringLiteral("キャンセル"), this);
+    m_test = plainButton("cmd_ConnTest", QStringLiteral("接続テスト"), this);
+    auto *entry = plainButton("cmd_Entry", QStringLiteral("登録"), this);
+    auto *cancel = plainButton("cmd_Cancel", QStringLiteral("キャンセル"), this);
     buttons->addWidget(m_test);
     buttons->addStretch();
     buttons->addWidget(entry);

@@ -135,6 +135,14 @@ TagRecord grownToText(const TagRecord &tag, const EnvRecord &env)
     return out;
 }
 
+TagRecord newTag(const EnvRecord &env)
+{
+    TagRecord tag = withDefaults(TagRecord(), env);
+    tag.setLong(Tag::Width, env.integer(Env::DefaultWidth));
+    tag.setLong(Tag::Height, env.integer(Env::DefaultHeight));
+    return tag;
+}
+
 TagRecord withDefaults(const TagRecord &tag, const EnvRecord &env)
 {
     TagRecord out = tag;

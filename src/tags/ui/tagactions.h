@@ -43,5 +43,7 @@ TagRecord grownToText(const TagRecord &tag, const EnvRecord &env);
 // 配色等を現在の規定値にする: the tag with font, colours, borders, top-most, blink and
 // transparency taken from the current defaults.
 TagRecord withDefaults(const TagRecord &tag, const EnvRecord &env);
+// A new tag: the current defaults' look and size.
+TagRecord newTag(const EnvRecord &env);
 
 } // namespace TagActions

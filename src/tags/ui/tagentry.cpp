@@ -46,8 +46,6 @@ TagEntry::TagEntry(const TagStore &store, Settings &settings, Prompt &prompt, co
     fileModeChanged();
 }
 
-// ---- building ----
-
 void TagEntry::connectControls()
 {
     connect(m_ui.message, &QPlainTextEdit::textChanged, this,
@@ -111,8 +109,6 @@ void TagEntry::watchChanges()
     }
 }
 
-// ---- opening ----
-
 const EnvRecord &TagEntry::env() const
 {
     return m_settings.env();
@@ -121,9 +117,7 @@ const EnvRecord &TagEntry::env() const
 void TagEntry::openNew()
 {
     const EnvRecord settings = env();
-    TagRecord base = TagActions::withDefaults(TagRecord(), settings);
-    base.setLong(Tag::Width, settings.integer(Env::DefaultWidth));
-    base.setLong(Tag::Height, settings.integer(Env::DefaultHeight));
+    TagRecord base = TagActions::newTag(settings);
     const QPoint at = freeTagPosition(m_store, settings, TagWindow::workAreas().value(0));
     base.setLong(Tag::PosX, at.x());
     base.setLong(Tag::PosY, at.y());
@@ -186,8 +180,6 @@ TagEntryInput TagEntry::input() const
     return m_ui.values(m_look);
 }
 
-// ---- state of the controls ----
-
 void TagEntry::markChanged()
 {
     if (!m_loading)
@@ -232,8 +224,6 @@ void TagEntry::fileModeChanged()
 {
     m_ui.showFileMode(bool(m_netReady));
 }
-
-// ---- commands ----
 
 void TagEntry::storeTag()
 {
@@ -374,8 +364,6 @@ void TagEntry::clearEraseTime()
     m_ui.dhh->setCurrentIndex(0);
     m_ui.dmm->setCurrentIndex(0);
 }
-
-// ---- closing ----
 
 void TagEntry::done(int result)
 {
