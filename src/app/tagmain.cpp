@@ -148,6 +148,9 @@ void TagMain::startNetAndMail()
     m_net = std::make_unique<NetDesk>(m_files.log, *m_store, *m_settings, m_prompt, m_clock,
                                       m_netIdentity);
     m_net->setBindAddress(m_netBind);
+    // Ready for tags before announcing ourselves: one arriving during the rest of
+    // start-up is stored and answered, and the stored tags are shown after.
+    m_net->attach();
     m_net->startUp(m_settings->env());
 
     m_mail = std::make_unique<MailDesk>(m_files, *m_store, *m_settings, m_prompt, m_clock);
@@ -229,7 +232,6 @@ bool TagMain::start()
 void TagMain::connectNet()
 {
     // Shown through the scheduler like any other tag.
-    m_net->attach();
     connect(m_net.get(), &NetDesk::tagArrived, this, [this](int k) {
         m_scheduler->tagChanged(k);
         // One not due yet still rings when it arrives; a due one rang as it was shown.
