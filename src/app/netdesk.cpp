@@ -181,11 +181,11 @@ void NetDesk::openPrivate(const QString &caption)
     bringUp(chat);
 }
 
-void NetDesk::raiseStoredSealed()
+void NetDesk::raiseStoredSealed(const QList<int> &ks)
 {
     if (!m_tags)
         return;
-    for (int k : m_tags->sealedTags())
+    for (int k : ks)
         raiseSealed(k);
 }
 

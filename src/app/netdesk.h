@@ -79,7 +79,7 @@ public:
     void openChat();         // mnu_Chat
     void startPrivateChat(); // mnu_PrvChat
     // The sealed tags left in the store by the last run get their windows again.
-    void raiseStoredSealed();
+    void raiseStoredSealed(const QList<int> &ks);
 
 Q_SIGNALS:
     // A tag came in and was stored (k), or a sealed one was opened: the desktop

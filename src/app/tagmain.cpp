@@ -247,7 +247,7 @@ void TagMain::connectNet()
     m_editors->setNetSend(
         [this](const TagRecord &record, QWidget *editor) { m_net->openUserSelect(record, editor); },
         [this] { return m_net->isUsable(); });
-    m_net->raiseStoredSealed();
+    m_net->raiseStoredSealed(m_scheduler->heldSealed());
     // Hotkey 5: the clipboard text as a tag, to the participants chosen in UserSelect.
     if (!m_tagSender)
         m_tagSender = [this](const QString &text) { m_net->chooseAndSendText(text); };

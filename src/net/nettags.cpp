@@ -104,17 +104,6 @@ void NetTags::confirmation(const Net::Message &message, quint32 from)
     Q_EMIT confirmationArrived(resultLines(message));
 }
 
-QList<int> NetTags::sealedTags() const
-{
-    QList<int> sealed;
-    for (int k = 1, count = m_store.tagCount(); k <= count; ++k) {
-        const auto tag = m_store.readTag(k);
-        if (tag && tag->isLive() && isHeldSealed(*tag))
-            sealed << k;
-    }
-    return sealed;
-}
-
 bool NetTags::rewrite(int k, const TagRecord &tag)
 {
     QString error;

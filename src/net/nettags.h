@@ -58,8 +58,6 @@ public:
     const QStringList &receipts() const { return m_receipts; }
     void clearReceipts() { m_receipts.clear(); }
 
-    // Tags still sealed in the store (they were not opened before the last exit).
-    QList<int> sealedTags() const;
     // cmd_Open: asks for the password when the tag has one, then makes it an
     // ordinary tag and sends the opening confirmation to its sender.
     Opened openSealed(int k);

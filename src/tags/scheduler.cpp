@@ -93,6 +93,7 @@ void Scheduler::loadAll()
 {
     m_entries.assign(1, Entry{});
     m_next.clear();
+    m_heldSealed.clear();
     m_zone.forget();
     const LocalCalendar now(m_clock.now(), m_zone);
     const auto env = m_store.readEnv();
@@ -106,8 +107,12 @@ void Scheduler::loadAll()
             unreadable << m_store.storedTagNumber(k);
             return;
         }
-        if (tag->state() != TagState::Live || isHeldSealed(*tag))
+        if (tag->state() != TagState::Live)
             return;
+        if (isHeldSealed(*tag)) {
+            m_heldSealed << k;
+            return;
+        }
         e.schedule = TagSchedule::fromRecord(*tag);
         if (e.schedule.kind == TagSchedule::OnDate && e.schedule.mail &&
             tag->byte(Tag::MailSent) == 1)

@@ -61,6 +61,8 @@ public:
     // Start-up: evaluates every stored tag, puts up the due ones (no alarm, no
     // blink), opens due files, sends due mail, and arms the timer.
     void loadAll();
+    // The sealed tags loadAll found waiting to be opened, which it left alone.
+    const QList<int> &heldSealed() const { return m_heldSealed; }
     // What the user is told of tags that could not be read at start-up.
     static QString unreadableTagsText(const QStringList &numbers);
     // The timer's tick: the tags whose moment has come (or comes within the
@@ -124,8 +126,9 @@ private:
     SchedulerTimer &m_timer;
     const EnvRecord *m_env = nullptr;
     ZoneDays m_zone;
-    std::map<int, TagRecord> m_records;      // read ahead for the tags a tick puts up
-    std::vector<Entry> m_entries;            // index k; 0 unused
+    std::map<int, TagRecord> m_records; // read ahead for the tags a tick puts up
+    std::vector<Entry> m_entries;       // index k; 0 unused
+    QList<int> m_heldSealed;
     std::set<std::pair<qint64, int>> m_next; // (moment, k) of every tag that has one
     qint64 m_wakeAt = -1;
     bool m_paused = false;
