@@ -69,6 +69,8 @@ class FixedRecord
 {
 public:
     FixedRecord(Layout layout, int size);
+    // A record over bytes read from a file, exactly the record's size.
+    FixedRecord(Layout layout, QByteArray bytes) : m_layout(layout), m_bytes(std::move(bytes)) {}
 
     Layout layout() const { return m_layout; }
     const QByteArray &bytes() const { return m_bytes; }

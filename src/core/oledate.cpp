@@ -1,6 +1,5 @@
 #include "oledate.h"
 
-#include <QTimeZone>
 #include <cmath>
 
 namespace OleDate {
@@ -27,8 +26,7 @@ QDateTime toDateTime(double ole)
         seconds -= SecondsPerDay;
         whole += 1;
     }
-    return QDateTime(Epoch.addDays(qint64(whole)), QTime(0, 0).addSecs(int(seconds)),
-                     QTimeZone::utc());
+    return QDateTime(Epoch.addDays(qint64(whole)), QTime(0, 0).addSecs(int(seconds)), Qt::UTC);
 }
 
 QString format(const QDateTime &wallClock)
@@ -46,17 +44,17 @@ QDateTime parse(const QString &text)
     const QTime time = QTime::fromString(text.mid(11), QStringLiteral("hh:mm:ss"));
     if (!date.isValid() || !time.isValid())
         return {};
-    return QDateTime(date, time, QTimeZone::utc());
+    return QDateTime(date, time, Qt::UTC);
 }
 
 QDateTime noDate()
 {
-    return QDateTime(QDate(1900, 1, 1), QTime(0, 0), QTimeZone::utc());
+    return QDateTime(QDate(1900, 1, 1), QTime(0, 0), Qt::UTC);
 }
 
 QDateTime clearedDate()
 {
-    return QDateTime(QDate(1, 1, 1), QTime(0, 0), QTimeZone::utc());
+    return QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC);
 }
 
 } // namespace OleDate

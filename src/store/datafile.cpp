@@ -1,6 +1,7 @@
 #include "datafile.h"
 
 #include "durable.h"
+#include "readat.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -40,19 +41,27 @@ namespace {
 std::optional<QByteArray> readOpen(QFile &file, qint64 offset, qint64 slot, int headBytes,
                                    const DataFile::RestOf &restOf)
 {
-    if (!file.seek(offset))
-        return std::nullopt;
     // The head and a short rest in one read; a longer rest in a second one.
     constexpr qint64 Ahead = 1024;
-    QByteArray bytes = file.read(qMin<qint64>(headBytes + Ahead, slot));
+    QByteArray bytes(qMin<qint64>(headBytes + Ahead, slot), Qt::Uninitialized);
+    const qint64 got = readAt(file, offset, bytes.data(), bytes.size());
+    if (got < 0)
+        return std::nullopt;
+    bytes.truncate(got);
     if (bytes.size() < headBytes)
         return bytes;
     const qint64 total =
         headBytes + qBound<qint64>(0, restOf(bytes.first(headBytes)), slot - headBytes);
-    if (bytes.size() > total)
+    if (bytes.size() > total) {
         bytes.truncate(total);
-    else if (bytes.size() == headBytes + Ahead && total > bytes.size())
-        bytes += file.read(total - bytes.size());
+    } else if (bytes.size() == headBytes + Ahead && total > bytes.size()) {
+        const qint64 have = bytes.size();
+        bytes.resize(total);
+        const qint64 more = readAt(file, offset + have, bytes.data() + have, total - have);
+        if (more < 0)
+            return std::nullopt;
+        bytes.truncate(have + more);
+    }
     return bytes;
 }
 } // namespace

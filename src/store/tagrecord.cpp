@@ -57,9 +57,18 @@ Layout TagRecord::fields()
     return TagFields;
 }
 
-TagRecord::TagRecord() : FixedRecord(TagFields, FixedSize)
+TagRecord::TagRecord(Blank) : FixedRecord(TagFields, FixedSize)
 {
     setStateMark(Live);
+}
+
+// Clearing a record converts every text field: done once, then copied.
+TagRecord::TagRecord()
+    : TagRecord([] {
+          static const TagRecord blank{Blank{}};
+          return blank;
+      }())
+{
 }
 
 QString TagRecord::message() const
@@ -92,18 +101,15 @@ std::optional<TagRecord> TagRecord::parse(QByteArrayView bytes, QString *error)
         return fail(QStringLiteral("record ends after %1 of %2 bytes")
                         .arg(bytes.size())
                         .arg(FixedSize + 2));
-    const QByteArray head = bytes.first(FixedSize + 2).toByteArray();
-    const int length = quint16(LE::int16(head, FixedSize));
+    const int length = quint16(uchar(bytes[FixedSize]) | uchar(bytes[FixedSize + 1]) << 8);
     if (length > MaxMessageBytes)
         return fail(QStringLiteral("message length %1 points past the record slot").arg(length));
     if (bytes.size() < FixedSize + 2 + length)
         return fail(QStringLiteral("message of %1 bytes is cut short at %2")
                         .arg(length)
                         .arg(bytes.size() - FixedSize - 2));
-    TagRecord record;
-    record.setBytes(head);
-    record.m_message = bytes.sliced(FixedSize + 2, length).toByteArray();
-    return record;
+    return TagRecord(bytes.first(FixedSize).toByteArray(),
+                     bytes.sliced(FixedSize + 2, length).toByteArray());
 }
 
 TagState TagRecord::state() const

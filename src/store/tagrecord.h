@@ -135,5 +135,14 @@ public:
     }
 
 private:
+    struct Blank
+    {
+    };
+    explicit TagRecord(Blank);
+    TagRecord(QByteArray head, QByteArray message)
+        : FixedRecord(fields(), std::move(head)), m_message(std::move(message))
+    {
+    }
+
     QByteArray m_message;
 };
