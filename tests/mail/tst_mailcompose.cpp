@@ -26,255 +26,231 @@ class TestMailCompose : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void sjisToJis_data();
-    void sjisToJis();
-    void texts_data();
-    void texts();
-    void base64_data();
-    void base64();
-    void headerBlock_data();
-    void headerBlock();
-    void body_data();
-    void body();
-    void refused_data();
-    void refused();
+    void sjisToJis_data()
+    {
+        QTest::addColumn<QByteArray>("sjis");
+        QTest::addColumn<QByteArray>("jis");
+        QTest::newRow("empty") << QByteArray() << QByteArray();
+        QTest::newRow("ascii") << "a b\r\n"_ba
+                               << "a b\r\n"_ba;
+        // 亜唖 = 889F 88A0 -> 3021 3022, ending inside kanji
+        QTest::newRow("kanji") << "\x88\x9f\x88\xa0"_ba
+                               << "\x1b$B0!0\"\x1b(J"_ba;
+        QTest::newRow("hiragana") << "\x82\xa0\x61"_ba
+                                  << "\x1b$B$\"\x1b(Ja"_ba; // あa
+        QTest::newRow("kana") << "\xb1\xb2"_ba
+                              << "\x1b(I12\x1b(J"_ba;
+        QTest::newRow("mixed") << "a\xb1\x88\x9f\x62\x81\x40"_ba
+                               << "a\x1b(I1\x1b$B0!\x1b(Jb\x1b$B!!\x1b(J"_ba;
+        QTest::newRow("line break") << "\x88\x9f\r\n\x88\x9f"_ba
+                                    << "\x1b$B0!\x1b(J\r\n\x1b$B0!\x1b(J"_ba;
+        // "&h9" sorts between "&h81" and "&h9F": a TAB is taken as kanji 0009 -> 1FEA.
+        QTest::newRow("tab") << "a\tb"_ba
+                             << "a\x1b$B\x1f\xea\x1b(Jb"_ba;
+        // SI ("&hF") sorts between "&hE0" and "&hFC" too.
+        QTest::newRow("shift in") << "\x0f"_ba
+                                  << "\x1b$B\x1f\xf0\x1b(J"_ba;
+        // "&hFC4B" and "&h9F40" sort past "&hFC" and "&h9F": sent as they are.
+        QTest::newRow("FC lead") << "\x88\x9f\xfc\x4b"_ba
+                                 << "\x1b$B0!\x1b(J\xfc\x4b"_ba;
+        QTest::newRow("9F lead") << "\x9f\x40\x61"_ba
+                                 << "\x9f\x40\x61"_ba;
+        // A lead byte cut off at the end is one character "88" -> 0088 -> 1F68.
+        QTest::newRow("cut lead") << "a\x88"_ba
+                                  << "a\x1b$B\x1f\x68\x1b(J"_ba;
+    }
+    void sjisToJis()
+    {
+        QFETCH(QByteArray, sjis);
+        QFETCH(QByteArray, jis);
+        QCOMPARE(SjisToJis(sjis), jis);
+    }
+    void texts_data()
+    {
+        QTest::addColumn<char>("function"); // c: SjisCodeToJis, t: ContentTypeOf, d: DoubleLoneDots
+        QTest::addColumn<QString>("in");
+        QTest::addColumn<QString>("out");
+        const auto row = [](char f, const QString &in, const QString &out) {
+            QTest::addRow("%c %s", f, qPrintable(in)) << f << in << out;
+        };
+        row('c', u"889F"_s, u"3021"_s); // 亜
+        row('c', u"82A0"_s, u"2422"_s); // あ
+        row('c', u"9FFC"_s, u"5E7E"_s); // 滌
+        row('c', u"9F40"_s, u"5D21"_s); // 檗
+        row('c', u"E040"_s, u"5F21"_s); // 漾
+        row('c', u"EAA4"_s, u"7426"_s); // 熙
+        row('c', u"8140"_s, u"2121"_s); // space
+        row('c', u"815b"_s, u"213C"_s); // ー, 80 trail
+        row('c', u"9"_s, u"1FEA"_s);
+        row('c', u"zz"_s, u"1FE1"_s); // not hex
+        const QString other = u"application/octet-stream"_s;
+        row('t', u"photo.JPG"_s, u"image/jpeg"_s);
+        row('t', u"a.jpe"_s, u"image/jpeg"_s);
+        row('t', u"archive.tar.gz"_s, other); // from the first dot
+        row('t', u"a.b.pdf"_s, other);
+        row('t', u"noext"_s, other);
+        row('t', u"報告書.pdf"_s, u"application/pdf"_s);
+        row('t', u"x.Html"_s, u"text/html"_s);
+        row('t', u"x.jar"_s, u"application/java-archiver"_s); // misspelt as always sent
+        row('t', u"x.avi"_s, u"vide/x-msvideo"_s);
+        row('d', u"a\r\n.\r\nb"_s, u"a\r\n..\r\nb"_s);
+        row('d', u".\r\nb"_s, u"..\r\nb"_s);
+        row('d', u"a\r\n."_s, u"a\r\n.."_s);
+        row('d', u"."_s, u".."_s);
+        row('d', u".a\r\n..\r\n"_s, u".a\r\n..\r\n"_s);
+        row('d', u" .\r\na."_s, u" .\r\na."_s);
+        row('d', u"a\n.\nb"_s, u"a\r\n..\r\nb"_s); // bare LF
+    }
+    void texts()
+    {
+        QFETCH(char, function);
+        QFETCH(QString, in);
+        QFETCH(QString, out);
+        QCOMPARE(function == 'c'   ? SjisCodeToJis(in)
+                 : function == 't' ? ContentTypeOf(in)
+                                   : DoubleLoneDots(in),
+                 out);
+    }
+    void base64_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray word("Pinboard");
+        const QList<QByteArray> expected = {"AA=",      "UAA=",     "UGkA",        "UGluAA=",
+                                            "UGluYgA=", "UGluYm8A", "UGluYm9hAA=", "UGluYm9hcgA="};
+        for (int n = 0; n < expected.size(); ++n)
+            QTest::addRow("n=%d", n) << word.first(n) << expected[n] + "\r\n";
+        QByteArray hundred;
+        for (int i = 0; i < 100; ++i)
+            hundred += char(i);
+        QTest::newRow("100 bytes")
+            << hundred
+            << "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4vMDEyMzQ1\r\n"
+               "Njc4OTo7PD0+P0BBQkNERUZHSElKS0xNTk9QUVJTVFVWV1hZWltcXV5fYGFiYwA=\r\n"_ba;
+        const QByteArray xs72 = QByteArray("eHh4").repeated(18);
+        QTest::newRow("exactly one line") << QByteArray(53, 'x') << xs72.first(68) + "eHgA\r\n";
+        QTest::newRow("AA= on its own line") << QByteArray(54, 'x') << xs72 + "\r\nAA=\r\n";
+    }
+    void base64()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QByteArray, expected);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"f.bin"_s);
+        QVERIFY(writeFile(path, content));
+        bool ok = false;
+        QCOMPARE(Base64EncodeFile(path, &ok), expected);
+        QVERIFY(ok);
+    }
+    void headerBlock_data()
+    {
+        QTest::addColumn<QStringList>("cc");
+        QTest::addColumn<QStringList>("bcc");
+        QTest::addColumn<QByteArray>("tail");
+        QTest::newRow("no cc, no bcc") << QStringList() << QStringList() << QByteArray();
+        QTest::newRow("empty entries only")
+            << QStringList{QString()} << QStringList{QString(), QString()} << QByteArray();
+        QTest::newRow("cc") << QStringList{u"c1@x.jp"_s, QString(), u"c2@x.jp"_s} << QStringList()
+                            << "cc: <c1@x.jp>\r\ncc: <c2@x.jp>\r\n"_ba;
+        QTest::newRow("cc and bcc, trimmed, once each")
+            << QStringList{u" c@x.jp"_s, u"A@example.jp"_s} << QStringList{QString(), u"d@x.jp"_s}
+            << "cc: <c@x.jp>\r\nbcc: <d@x.jp>\r\n"_ba;
+    }
+    void headerBlock()
+    {
+        QFETCH(QStringList, cc);
+        QFETCH(QStringList, bcc);
+        QFETCH(QByteArray, tail);
+        MailContent m = sample();
+        m.cc = cc;
+        m.bcc = bcc;
+        const auto mail = ComposeTagMail(m, Now);
+        QVERIFY(mail);
+        QCOMPARE(mail->header,
+                 "Reply-To: me@example.jp\r\nX-Mailer: Pinboard\r\nMIME-Version: 1.0\r\n"
+                 "X-Mozilla-Status: 0001\r\nDate: 2024-05-01 09:59:59\r\n"
+                 "From: <me@example.jp>\r\nTo: <a@example.jp>\r\nTo: <b@example.jp>\r\n" +
+                     tail);
+    }
+    void body_data()
+    {
+        QTest::addColumn<QString>("attachment"); // a file of "hi" by this name, when not empty
+        QTest::addColumn<bool>("directText");
+        QTest::addColumn<QByteArray>("body");
+        const QByteArray plain("Content-Type: text/plain; charset=iso-2022-jp\r\n"
+                               "Content-Transfer-Encoding: 7bit\r\n");
+        const QByteArray subject("Subject: \x1b$B7oL>\x1b(J\r\n"); // 件名
+        const QByteArray text("\x1b$BK\\J8\x1b(J\r\n..\r\n.end");  // 本文, a lone dot doubled
+        QTest::newRow("plain") << QString() << false << plain + subject + text + "\r\n.\r\n";
+        // Direct text never attaches, so the file is not even looked at.
+        QTest::newRow("direct text")
+            << u"/nonexistent/a.pdf"_s << true << plain + subject + text + "\r\n.\r\n";
+        // On this system a backslash is part of a name; the mail names the part after it.
+        const QByteArray name("\x1b$BJs9p\x1b(J.pdf"); // 報告.pdf
+        QTest::newRow("attached")
+            << u"x\\報告.pdf"_s << false
+            << subject + "Content-Type: multipart/mixed; boundary=\"" + Boundary.mid(2) +
+                   "\"\r\n\r\nThis is a multi-part message in MIME format.\r\n\r\n" + Boundary +
+                   "\r\n" + plain + "\r\n" + text + "\r\n\r\n" + Boundary +
+                   "\r\nContent-Type: application/pdf; name=\"" + name +
+                   "\"\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: inline; "
+                   "filename=\"" +
+                   name + "\"\r\n\r\naGkA\r\n\r\n" + Boundary + "--\r\n.\r\n";
+    }
+    void body()
+    {
+        QFETCH(QString, attachment);
+        QFETCH(bool, directText);
+        QFETCH(QByteArray, body);
+        QTemporaryDir dir;
+        MailContent m = sample();
+        m.subject = u"件名"_s;
+        m.body = u"本文\r\n.\r\n.end"_s;
+        m.directText = directText;
+        if (!attachment.isEmpty())
+            m.attachmentPath = directText ? attachment : dir.filePath(attachment);
+        QVERIFY(directText || attachment.isEmpty() || writeFile(m.attachmentPath, "hi"));
+        const auto mail = ComposeTagMail(m, Now);
+        QVERIFY(mail);
+        QCOMPARE(mail->body, body);
+    }
+    void refused_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("error");
+        const QString subject = u"件名に改行が含まれています。"_s;
+        const QString address = u"メールアドレスに改行が含まれています。"_s;
+        const QString control = u"メールアドレスに制御文字が含まれています。"_s;
+        QTest::newRow("subject CR LF") << u"subject"_s << u"x\r\nRCPT TO:<y@x.jp>"_s << subject;
+        QTest::newRow("subject LF") << u"subject"_s << u"x\n"_s << subject;
+        QTest::newRow("from") << u"from"_s << u"me@x.jp\r\n"_s << address;
+        QTest::newRow("to") << u"to"_s << u"a@x.jp\nbcc: <z@x.jp>"_s << address;
+        QTest::newRow("cc") << u"cc"_s << u"c@x.jp\r"_s << address;
+        QTest::newRow("bcc") << u"bcc"_s << u"\nd@x.jp"_s << address;
+        QTest::newRow("NUL in to") << u"to"_s << u"a@x.jp"_s + QChar(0) << control;
+        QTest::newRow("TAB in cc") << u"cc"_s << u"c@x\t.jp"_s << control;
+        QTest::newRow("attachment") << u"attachment"_s << u"/nonexistent/a.pdf"_s
+                                    << u"添付ファイルを読み込めません: /nonexistent/a.pdf"_s;
+    }
+    void refused()
+    {
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        QFETCH(QString, error);
+        MailContent m = sample();
+        const std::map<QString, QString *> texts = {
+            {u"subject"_s, &m.subject}, {u"from"_s, &m.from}, {u"attachment"_s, &m.attachmentPath}};
+        const std::map<QString, QStringList *> lists = {
+            {u"to"_s, &m.to}, {u"cc"_s, &m.cc}, {u"bcc"_s, &m.bcc}};
+        if (texts.count(field))
+            *texts.at(field) = value;
+        else
+            lists.at(field)->append(value);
+        QString why;
+        QVERIFY(!ComposeTagMail(m, Now, &why));
+        QCOMPARE(why, error);
+    }
 };
-
-void TestMailCompose::sjisToJis_data()
-{
-    QTest::addColumn<QByteArray>("sjis");
-    QTest::addColumn<QByteArray>("jis");
-    QTest::newRow("empty") << QByteArray() << QByteArray();
-    QTest::newRow("ascii") << "a b\r\n"_ba
-                           << "a b\r\n"_ba;
-    // 亜唖 = 889F 88A0 -> 3021 3022, ending inside kanji
-    QTest::newRow("kanji") << "\x88\x9f\x88\xa0"_ba
-                           << "\x1b$B0!0\"\x1b(J"_ba;
-    QTest::newRow("hiragana") << "\x82\xa0\x61"_ba
-                              << "\x1b$B$\"\x1b(Ja"_ba; // あa
-    QTest::newRow("kana") << "\xb1\xb2"_ba
-                          << "\x1b(I12\x1b(J"_ba;
-    QTest::newRow("mixed") << "a\xb1\x88\x9f\x62\x81\x40"_ba
-                           << "a\x1b(I1\x1b$B0!\x1b(Jb\x1b$B!!\x1b(J"_ba;
-    QTest::newRow("line break") << "\x88\x9f\r\n\x88\x9f"_ba
-                                << "\x1b$B0!\x1b(J\r\n\x1b$B0!\x1b(J"_ba;
-    // "&h9" sorts between "&h81" and "&h9F": a TAB is taken as kanji 0009 -> 1FEA.
-    QTest::newRow("tab") << "a\tb"_ba
-                         << "a\x1b$B\x1f\xea\x1b(Jb"_ba;
-    // SI ("&hF") sorts between "&hE0" and "&hFC" too.
-    QTest::newRow("shift in") << "\x0f"_ba
-                              << "\x1b$B\x1f\xf0\x1b(J"_ba;
-    // "&hFC4B" and "&h9F40" sort past "&hFC" and "&h9F": sent as they are.
-    QTest::newRow("FC lead") << "\x88\x9f\xfc\x4b"_ba
-                             << "\x1b$B0!\x1b(J\xfc\x4b"_ba;
-    QTest::newRow("9F lead") << "\x9f\x40\x61"_ba
-                             << "\x9f\x40\x61"_ba;
-    // A lead byte cut off at the end is one character "88" -> 0088 -> 1F68.
-    QTest::newRow("cut lead") << "a\x88"_ba
-                              << "a\x1b$B\x1f\x68\x1b(J"_ba;
-}
-
-void TestMailCompose::sjisToJis()
-{
-    QFETCH(QByteArray, sjis);
-    QFETCH(QByteArray, jis);
-    QCOMPARE(SjisToJis(sjis), jis);
-}
-
-void TestMailCompose::texts_data()
-{
-    QTest::addColumn<char>("function"); // c: SjisCodeToJis, t: ContentTypeOf, d: DoubleLoneDots
-    QTest::addColumn<QString>("in");
-    QTest::addColumn<QString>("out");
-    const auto row = [](char f, const QString &in, const QString &out) {
-        QTest::addRow("%c %s", f, qPrintable(in)) << f << in << out;
-    };
-    row('c', u"889F"_s, u"3021"_s); // 亜
-    row('c', u"82A0"_s, u"2422"_s); // あ
-    row('c', u"9FFC"_s, u"5E7E"_s); // 滌
-    row('c', u"9F40"_s, u"5D21"_s); // 檗
-    row('c', u"E040"_s, u"5F21"_s); // 漾
-    row('c', u"EAA4"_s, u"7426"_s); // 熙
-    row('c', u"8140"_s, u"2121"_s); // space
-    row('c', u"815b"_s, u"213C"_s); // ー, 80 trail
-    row('c', u"9"_s, u"1FEA"_s);
-    row('c', u"zz"_s, u"1FE1"_s); // not hex
-    const QString other = u"application/octet-stream"_s;
-    row('t', u"photo.JPG"_s, u"image/jpeg"_s);
-    row('t', u"a.jpe"_s, u"image/jpeg"_s);
-    row('t', u"archive.tar.gz"_s, other); // from the first dot
-    row('t', u"a.b.pdf"_s, other);
-    row('t', u"noext"_s, other);
-    row('t', u"報告書.pdf"_s, u"application/pdf"_s);
-    row('t', u"x.Html"_s, u"text/html"_s);
-    row('t', u"x.jar"_s, u"application/java-archiver"_s); // misspelt as always sent
-    row('t', u"x.avi"_s, u"vide/x-msvideo"_s);
-    row('d', u"a\r\n.\r\nb"_s, u"a\r\n..\r\nb"_s);
-    row('d', u".\r\nb"_s, u"..\r\nb"_s);
-    row('d', u"a\r\n."_s, u"a\r\n.."_s);
-    row('d', u"."_s, u".."_s);
-    row('d', u".a\r\n..\r\n"_s, u".a\r\n..\r\n"_s);
-    row('d', u" .\r\na."_s, u" .\r\na."_s);
-    row('d', u"a\n.\nb"_s, u"a\r\n..\r\nb"_s); // bare LF
-}
-
-void TestMailCompose::texts()
-{
-    QFETCH(char, function);
-    QFETCH(QString, in);
-    QFETCH(QString, out);
-    QCOMPARE(function == 'c'   ? SjisCodeToJis(in)
-             : function == 't' ? ContentTypeOf(in)
-                               : DoubleLoneDots(in),
-             out);
-}
-
-void TestMailCompose::base64_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("expected");
-    const QByteArray word("Pinboard");
-    const QList<QByteArray> expected = {
-        "AA=", "UAA=", "UGkA", "UGluAA=", "UGluYgA=", "UGluYm8A", "UGluYm9hAA=", "UGluYm9hcgA="};
-    for (int n = 0; n < expected.size(); ++n)
-        QTest::addRow("n=%d", n) << word.first(n) << expected[n] + "\r\n";
-    QByteArray hundred;
-    for (int i = 0; i < 100; ++i)
-        hundred += char(i);
-    QTest::newRow("100 bytes")
-        << hundred
-        << "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4vMDEyMzQ1\r\n"
-           "Njc4OTo7PD0+P0BBQkNERUZHSElKS0xNTk9QUVJTVFVWV1hZWltcXV5fYGFiYwA=\r\n"_ba;
-    const QByteArray xs72 = QByteArray("eHh4").repeated(18);
-    QTest::newRow("exactly one line") << QByteArray(53, 'x') << xs72.first(68) + "eHgA\r\n";
-    QTest::newRow("AA= on its own line") << QByteArray(54, 'x') << xs72 + "\r\nAA=\r\n";
-}
-
-void TestMailCompose::base64()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(QByteArray, expected);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(u"f.bin"_s);
-    QVERIFY(writeFile(path, content));
-    bool ok = false;
-    QCOMPARE(Base64EncodeFile(path, &ok), expected);
-    QVERIFY(ok);
-}
-
-void TestMailCompose::headerBlock_data()
-{
-    QTest::addColumn<QStringList>("cc");
-    QTest::addColumn<QStringList>("bcc");
-    QTest::addColumn<QByteArray>("tail");
-    QTest::newRow("no cc, no bcc") << QStringList() << QStringList() << QByteArray();
-    QTest::newRow("empty entries only")
-        << QStringList{QString()} << QStringList{QString(), QString()} << QByteArray();
-    QTest::newRow("cc") << QStringList{u"c1@x.jp"_s, QString(), u"c2@x.jp"_s} << QStringList()
-                        << "cc: <c1@x.jp>\r\ncc: <c2@x.jp>\r\n"_ba;
-    QTest::newRow("cc and bcc, trimmed, once each")
-        << QStringList{u" c@x.jp"_s, u"A@example.jp"_s} << QStringList{QString(), u"d@x.jp"_s}
-        << "cc: <c@x.jp>\r\nbcc: <d@x.jp>\r\n"_ba;
-}
-
-void TestMailCompose::headerBlock()
-{
-    QFETCH(QStringList, cc);
-    QFETCH(QStringList, bcc);
-    QFETCH(QByteArray, tail);
-    MailContent m = sample();
-    m.cc = cc;
-    m.bcc = bcc;
-    const auto mail = ComposeTagMail(m, Now);
-    QVERIFY(mail);
-    QCOMPARE(mail->header, "Reply-To: me@example.jp\r\nX-Mailer: Pinboard\r\nMIME-Version: 1.0\r\n"
-                           "X-Mozilla-Status: 0001\r\nDate: 2024-05-01 09:59:59\r\n"
-                           "From: <me@example.jp>\r\nTo: <a@example.jp>\r\nTo: <b@example.jp>\r\n" +
-                               tail);
-}
-
-void TestMailCompose::body_data()
-{
-    QTest::addColumn<QString>("attachment"); // a file of "hi" by this name, when not empty
-    QTest::addColumn<bool>("directText");
-    QTest::addColumn<QByteArray>("body");
-    const QByteArray plain("Content-Type: text/plain; charset=iso-2022-jp\r\n"
-                           "Content-Transfer-Encoding: 7bit\r\n");
-    const QByteArray subject("Subject: \x1b$B7oL>\x1b(J\r\n"); // 件名
-    const QByteArray text("\x1b$BK\\J8\x1b(J\r\n..\r\n.end");  // 本文, a lone dot doubled
-    QTest::newRow("plain") << QString() << false << plain + subject + text + "\r\n.\r\n";
-    // Direct text never attaches, so the file is not even looked at.
-    QTest::newRow("direct text") << u"/nonexistent/a.pdf"_s << true
-                                 << plain + subject + text + "\r\n.\r\n";
-    // On this system a backslash is part of a name; the mail names the part after it.
-    const QByteArray name("\x1b$BJs9p\x1b(J.pdf"); // 報告.pdf
-    QTest::newRow("attached")
-        << u"x\\報告.pdf"_s << false
-        << subject + "Content-Type: multipart/mixed; boundary=\"" + Boundary.mid(2) +
-               "\"\r\n\r\nThis is a multi-part message in MIME format.\r\n\r\n" + Boundary +
-               "\r\n" + plain + "\r\n" + text + "\r\n\r\n" + Boundary +
-               "\r\nContent-Type: application/pdf; name=\"" + name +
-               "\"\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: inline; "
-               "filename=\"" +
-               name + "\"\r\n\r\naGkA\r\n\r\n" + Boundary + "--\r\n.\r\n";
-}
-
-void TestMailCompose::body()
-{
-    QFETCH(QString, attachment);
-    QFETCH(bool, directText);
-    QFETCH(QByteArray, body);
-    QTemporaryDir dir;
-    MailContent m = sample();
-    m.subject = u"件名"_s;
-    m.body = u"本文\r\n.\r\n.end"_s;
-    m.directText = directText;
-    if (!attachment.isEmpty())
-        m.attachmentPath = directText ? attachment : dir.filePath(attachment);
-    QVERIFY(directText || attachment.isEmpty() || writeFile(m.attachmentPath, "hi"));
-    const auto mail = ComposeTagMail(m, Now);
-    QVERIFY(mail);
-    QCOMPARE(mail->body, body);
-}
-
-void TestMailCompose::refused_data()
-{
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("error");
-    const QString subject = u"件名に改行が含まれています。"_s;
-    const QString address = u"メールアドレスに改行が含まれています。"_s;
-    const QString control = u"メールアドレスに制御文字が含まれています。"_s;
-    QTest::newRow("subject CR LF") << u"subject"_s << u"x\r\nRCPT TO:<y@x.jp>"_s << subject;
-    QTest::newRow("subject LF") << u"subject"_s << u"x\n"_s << subject;
-    QTest::newRow("from") << u"from"_s << u"me@x.jp\r\n"_s << address;
-    QTest::newRow("to") << u"to"_s << u"a@x.jp\nbcc: <z@x.jp>"_s << address;
-    QTest::newRow("cc") << u"cc"_s << u"c@x.jp\r"_s << address;
-    QTest::newRow("bcc") << u"bcc"_s << u"\nd@x.jp"_s << address;
-    QTest::newRow("NUL in to") << u"to"_s << u"a@x.jp"_s + QChar(0) << control;
-    QTest::newRow("TAB in cc") << u"cc"_s << u"c@x\t.jp"_s << control;
-    QTest::newRow("attachment") << u"attachment"_s << u"/nonexistent/a.pdf"_s
-                                << u"添付ファイルを読み込めません: /nonexistent/a.pdf"_s;
-}
-
-void TestMailCompose::refused()
-{
-    QFETCH(QString, field);
-    QFETCH(QString, value);
-    QFETCH(QString, error);
-    MailContent m = sample();
-    const std::map<QString, QString *> texts = {
-        {u"subject"_s, &m.subject}, {u"from"_s, &m.from}, {u"attachment"_s, &m.attachmentPath}};
-    const std::map<QString, QStringList *> lists = {
-        {u"to"_s, &m.to}, {u"cc"_s, &m.cc}, {u"bcc"_s, &m.bcc}};
-    if (texts.count(field))
-        *texts.at(field) = value;
-    else
-        lists.at(field)->append(value);
-    QString why;
-    QVERIFY(!ComposeTagMail(m, Now, &why));
-    QCOMPARE(why, error);
-}
-
 QTEST_GUILESS_MAIN(TestMailCompose)
 #include "tst_mailcompose.moc"

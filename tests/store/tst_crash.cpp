@@ -55,55 +55,53 @@ class TestCrash : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void killedWriterLosesNothingWritten();
-};
-
-// A writer is killed at random moments again and again on one file. After every
-// kill the file must open, every tag whose write had completed must be there
-// as written, and no two live tags may share a number.
-void TestCrash::killedWriterLosesNothingWritten()
-{
-    QTemporaryDir dir;
-    const QString dt1 = dir.filePath(u"Pinboard.dt1"_s);
-    QVERIFY(createDataFile(dt1, EnvRecord().bytes()));
-    std::map<int, QString> expected; // record k -> the message it must hold
-    QRandomGenerator random(20261124);
-    int confirmed = 0;
-    for (quint32 seed = 0; seed < 60; ++seed) {
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(),
-                    {u"--writer"_s, dt1, QString::number(seed)});
-        QVERIFY(child.waitForStarted());
-        QTest::qSleep(30 + int(random.bounded(120)));
-        ::kill(pid_t(child.processId()), SIGKILL);
-        QVERIFY(child.waitForFinished());
-        QVERIFY2(child.exitStatus() == QProcess::CrashExit, "the writer stopped by itself");
-        for (const QByteArray &line : child.readAllStandardOutput().split('\n')) {
-            const QList<QByteArray> w = line.split(' ');
-            if (w.value(0) == "freeing")
-                expected.erase(w.value(1).toInt());
-            else if (w.value(0) == "added" && w.size() == 3 && ++confirmed)
-                expected[w[1].toInt()] = message(seed, w[2]);
+    // A writer is killed at random moments again and again on one file. After every
+    // kill the file must open, every tag whose write had completed must be there
+    // as written, and no two live tags may share a number.
+    void killedWriterLosesNothingWritten()
+    {
+        QTemporaryDir dir;
+        const QString dt1 = dir.filePath(u"Pinboard.dt1"_s);
+        QVERIFY(createDataFile(dt1, EnvRecord().bytes()));
+        std::map<int, QString> expected; // record k -> the message it must hold
+        QRandomGenerator random(20261124);
+        int confirmed = 0;
+        for (quint32 seed = 0; seed < 60; ++seed) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(),
+                        {u"--writer"_s, dt1, QString::number(seed)});
+            QVERIFY(child.waitForStarted());
+            QTest::qSleep(30 + int(random.bounded(120)));
+            ::kill(pid_t(child.processId()), SIGKILL);
+            QVERIFY(child.waitForFinished());
+            QVERIFY2(child.exitStatus() == QProcess::CrashExit, "the writer stopped by itself");
+            for (const QByteArray &line : child.readAllStandardOutput().split('\n')) {
+                const QList<QByteArray> w = line.split(' ');
+                if (w.value(0) == "freeing")
+                    expected.erase(w.value(1).toInt());
+                else if (w.value(0) == "added" && w.size() == 3 && ++confirmed)
+                    expected[w[1].toInt()] = message(seed, w[2]);
+            }
+            QCOMPARE(inspectDataFile(dt1).kind, DataFileCheck::Current);
+            TagStore store(dt1);
+            QString why;
+            const auto env = store.readEnv(&why);
+            QVERIFY2(env, qPrintable(why));
+            QSet<QString> numbers;
+            for (int k = 1; k <= env->tagCount(); ++k) {
+                const auto tag = store.readTag(k, &why);
+                QVERIFY2(tag, qPrintable(why));
+                QVERIFY2(tag->isFree() || !numbers.contains(tag->tagNumber()),
+                         qPrintable(tag->tagNumber() + u" twice"_s));
+                if (!tag->isFree())
+                    numbers.insert(tag->tagNumber());
+            }
+            for (const auto &[k, text] : expected)
+                QCOMPARE(store.readTag(k).value_or(TagRecord()).message(), text);
         }
-        QCOMPARE(inspectDataFile(dt1).kind, DataFileCheck::Current);
-        TagStore store(dt1);
-        QString why;
-        const auto env = store.readEnv(&why);
-        QVERIFY2(env, qPrintable(why));
-        QSet<QString> numbers;
-        for (int k = 1; k <= env->tagCount(); ++k) {
-            const auto tag = store.readTag(k, &why);
-            QVERIFY2(tag, qPrintable(why));
-            QVERIFY2(tag->isFree() || !numbers.contains(tag->tagNumber()),
-                     qPrintable(tag->tagNumber() + u" twice"_s));
-            if (!tag->isFree())
-                numbers.insert(tag->tagNumber());
-        }
-        for (const auto &[k, text] : expected)
-            QCOMPARE(store.readTag(k).value_or(TagRecord()).message(), text);
+        QVERIFY(confirmed > 60);
     }
-    QVERIFY(confirmed > 60);
-}
+};
 
 int main(int argc, char **argv)
 {
