@@ -65,6 +65,8 @@ private Q_SLOTS:
         QTest::newRow("deleted record reused") << "+ + d1 + +" << QList<int>{1, 2, 1, 3};
         QTest::newRow("two freed, lowest first")
             << "+ + + + d3 d1 + + +" << QList<int>{1, 2, 3, 4, 1, 3, 5};
+        QTest::newRow("two freed side by side")
+            << "+ + + d2 d1 + + +" << QList<int>{1, 2, 3, 1, 2, 4};
         QTest::newRow("freed behind the scan") << "+ + d1 + d2 + +" << QList<int>{1, 2, 1, 2, 3};
         QTest::newRow("another store") << "+ + + d2 o +" << QList<int>{1, 2, 3, 2};
     }
