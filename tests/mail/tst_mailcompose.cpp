@@ -31,33 +31,26 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("sjis");
         QTest::addColumn<QByteArray>("jis");
         QTest::newRow("empty") << QByteArray() << QByteArray();
-        QTest::newRow("ascii") << "a b\r\n"_ba
-                               << "a b\r\n"_ba;
+        QTest::newRow("ascii") << QByteArray("a b\r\n") << QByteArray("a b\r\n");
         // 亜唖 = 889F 88A0 -> 3021 3022, ending inside kanji
-        QTest::newRow("kanji") << "\x88\x9f\x88\xa0"_ba
-                               << "\x1b$B0!0\"\x1b(J"_ba;
-        QTest::newRow("hiragana") << "\x82\xa0\x61"_ba
-                                  << "\x1b$B$\"\x1b(Ja"_ba; // あa
-        QTest::newRow("kana") << "\xb1\xb2"_ba
-                              << "\x1b(I12\x1b(J"_ba;
-        QTest::newRow("mixed") << "a\xb1\x88\x9f\x62\x81\x40"_ba
-                               << "a\x1b(I1\x1b$B0!\x1b(Jb\x1b$B!!\x1b(J"_ba;
-        QTest::newRow("line break") << "\x88\x9f\r\n\x88\x9f"_ba
-                                    << "\x1b$B0!\x1b(J\r\n\x1b$B0!\x1b(J"_ba;
+        QTest::newRow("kanji") << QByteArray("\x88\x9f\x88\xa0") << QByteArray("\x1b$B0!0\"\x1b(J");
+        QTest::newRow("hiragana") << QByteArray("\x82\xa0\x61")
+                                  << QByteArray("\x1b$B$\"\x1b(Ja"); // あa
+        QTest::newRow("kana") << QByteArray("\xb1\xb2") << QByteArray("\x1b(I12\x1b(J");
+        QTest::newRow("mixed") << QByteArray("a\xb1\x88\x9f\x62\x81\x40")
+                               << QByteArray("a\x1b(I1\x1b$B0!\x1b(Jb\x1b$B!!\x1b(J");
+        QTest::newRow("line break")
+            << QByteArray("\x88\x9f\r\n\x88\x9f") << QByteArray("\x1b$B0!\x1b(J\r\n\x1b$B0!\x1b(J");
         // "&h9" sorts between "&h81" and "&h9F": a TAB is taken as kanji 0009 -> 1FEA.
-        QTest::newRow("tab") << "a\tb"_ba
-                             << "a\x1b$B\x1f\xea\x1b(Jb"_ba;
+        QTest::newRow("tab") << QByteArray("a\tb") << QByteArray("a\x1b$B\x1f\xea\x1b(Jb");
         // SI ("&hF") sorts between "&hE0" and "&hFC" too.
-        QTest::newRow("shift in") << "\x0f"_ba
-                                  << "\x1b$B\x1f\xf0\x1b(J"_ba;
+        QTest::newRow("shift in") << QByteArray("\x0f") << QByteArray("\x1b$B\x1f\xf0\x1b(J");
         // "&hFC4B" and "&h9F40" sort past "&hFC" and "&h9F": sent as they are.
-        QTest::newRow("FC lead") << "\x88\x9f\xfc\x4b"_ba
-                                 << "\x1b$B0!\x1b(J\xfc\x4b"_ba;
-        QTest::newRow("9F lead") << "\x9f\x40\x61"_ba
-                                 << "\x9f\x40\x61"_ba;
+        QTest::newRow("FC lead") << QByteArray("\x88\x9f\xfc\x4b")
+                                 << QByteArray("\x1b$B0!\x1b(J\xfc\x4b");
+        QTest::newRow("9F lead") << QByteArray("\x9f\x40\x61") << QByteArray("\x9f\x40\x61");
         // A lead byte cut off at the end is one character "88" -> 0088 -> 1F68.
-        QTest::newRow("cut lead") << "a\x88"_ba
-                                  << "a\x1b$B\x1f\x68\x1b(J"_ba;
+        QTest::newRow("cut lead") << QByteArray("a\x88") << QByteArray("a\x1b$B\x1f\x68\x1b(J");
     }
     void sjisToJis()
     {
@@ -151,10 +144,10 @@ private Q_SLOTS:
         QTest::newRow("empty entries only")
             << QStringList{QString()} << QStringList{QString(), QString()} << QByteArray();
         QTest::newRow("cc") << QStringList{u"c1@x.jp"_s, QString(), u"c2@x.jp"_s} << QStringList()
-                            << "cc: <c1@x.jp>\r\ncc: <c2@x.jp>\r\n"_ba;
+                            << QByteArray("cc: <c1@x.jp>\r\ncc: <c2@x.jp>\r\n");
         QTest::newRow("cc and bcc, trimmed, once each")
             << QStringList{u" c@x.jp"_s, u"A@example.jp"_s} << QStringList{QString(), u"d@x.jp"_s}
-            << "cc: <c@x.jp>\r\nbcc: <d@x.jp>\r\n"_ba;
+            << QByteArray("cc: <c@x.jp>\r\nbcc: <d@x.jp>\r\n");
     }
     void headerBlock()
     {
