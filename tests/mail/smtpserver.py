@@ -49,23 +49,17 @@ class Session:
             raise Closed()
         self.buf += data
 
-    def readline(self):
-        while b"\n" not in self.buf:
-            self.fill()
-        line, _, self.buf = self.buf.partition(b"\n")
-        return line[:-1] if line.endswith(b"\r") else line
-
     def drain(self):
         while True:
             self.buf = b""
             self.fill()
 
-    def send_split(self, first, rest):
-        self.conn.sendall(first)
+    def send_split(self, text, at):
+        self.conn.sendall(text[:at])
         time.sleep(PAUSE)
         if select.select([self.conn], [], [], 0)[0] and self.conn.recv(1, socket.MSG_PEEK):
             self.log(b"EARLY")
-        self.conn.sendall(rest)
+        self.conn.sendall(text[at:])
 
     def reply(self, step):
         if "stall-" + step in self.modes:
@@ -80,9 +74,9 @@ class Session:
         if "slow" in self.modes:
             time.sleep(PAUSE)
         if step == "GREETING" and "midline-split" in self.modes:
-            self.send_split(text[:15], text[15:])
+            self.send_split(text, 15)
         elif step == "EHLO" and "multiline-split" in self.modes and not refused:
-            self.send_split(text[:33], text[33:])  # between the second and third line
+            self.send_split(text, 33)  # between the second and third line
         else:
             self.conn.sendall(text)
         return not refused
@@ -97,22 +91,19 @@ class Session:
             self.log(b"FLOODED %d" % sent)
             raise Closed()
 
-    def message(self):
-        while b"\r\n.\r\n" not in self.buf:
+    def until(self, end):
+        while end not in self.buf:
             self.fill()
-        end = self.buf.index(b"\r\n.\r\n") + 5
-        self.messages += 1
-        with open("%s.%d" % (self.path, self.messages), "wb") as f:
-            f.write(self.buf[:end])
-        self.buf = self.buf[end:]
-        self.log(b"MSG %d" % self.messages)
+        i = self.buf.index(end) + len(end)
+        part, self.buf = self.buf[:i], self.buf[i:]
+        return part
 
     def run(self):
         self.log(b"OPEN")
         try:
             self.reply("GREETING")
             while True:
-                line = self.readline()
+                line = self.until(b"\n").rstrip(b"\n").removesuffix(b"\r")
                 self.log(b"CMD " + line)
                 verb = line[:4].upper().decode("latin-1")
                 self.recipients += verb == "RCPT"
@@ -123,7 +114,10 @@ class Session:
                     self.flood()
                 elif verb == "DATA":
                     if self.reply(verb):
-                        self.message()
+                        self.messages += 1
+                        with open("%s.%d" % (self.path, self.messages), "wb") as f:
+                            f.write(self.until(b"\r\n.\r\n"))
+                        self.log(b"MSG %d" % self.messages)
                         self.reply("BODY")
                 elif verb in REPLIES:
                     if self.reply(verb) and verb == "QUIT":
