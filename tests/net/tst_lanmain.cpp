@@ -53,8 +53,7 @@ class TestLanMain : public QObject
 private Q_SLOTS:
     void unconfiguredSetUpRetriedAndMoved();
     void peersChatAndExit();
-    void tagsFromTheDesktop();
-    void tagsToTheDesktop();
+    void tagsBothWays();
 
 private:
     // The program's data folder in lan, with settings for this host when host is given.
@@ -258,108 +257,98 @@ void TestLanMain::peersChatAndExit()
     QVERIFY(lines.contains(at + u"127.0.0.2       Recv-[User Logout(End Prg)] :"_s));
 }
 
-// bob on 127.0.0.2 is a bare socket: he answers a start and reads what comes.
-void TestLanMain::tagsFromTheDesktop()
-{
-    LanLoopback lan(m_clock);
-    QUdpSocket &bob = lan.raw(2);
-    TagMain main(dataDir(lan, Host.hostName), m_prompt, m_clock);
-    QVERIFY(start(main));
-    // The hotkeys' call: text becomes a tag in the default look, dummy, dummy, tag.
-    QVERIFY(main.net()->sendTextAsTag(u"メモ\nです"_s, {Lo(2)}));
-    QVERIFY(!main.net()->sendTextAsTag(u"x"_s, {Lo(2)})); // one at a time
-    QTRY_COMPARE(lan.heard.size(), 3);
-    QCOMPARE(lan.heardBy(2).mid(0, 2), QList<QByteArray>(2, Net::dummy()));
-    Net::TagDatagram wire;
-    QVERIFY(wire.setBytes(lan.heardBy(2).value(2)));
-    using namespace Net::TagWire;
-    QCOMPARE(QStringList(
-                 {wire.text(Message), wire.text(Text24), wire.text(SenderIp), wire.text(Sealed)}),
-             QStringList({u"メモ\r\nです"_s, u"山田"_s, u"127.0.0.1"_s, u"0"_s}));
-
-    // cmd_AddNet and the tag menu both end in UserSelect listing bob.
-    bob.writeDatagram(Net::startAnswer(u"bob"_s, {}), QHostAddress(Lo(1)), lan.port);
-    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
-    main.editors()->openNew();
-    TagEntry *editor = main.editors()->editor();
-    auto *send = child<QPushButton>(editor, "cmd_AddNet");
-    QVERIFY(send->isEnabled());
-    send->click();
-    QCOMPARE(m_prompt.shown, QStringList{u"メッセージを指定して下さい。"_s});
-    child<QPlainTextEdit>(editor, "txt_Message")->setPlainText(u"from the editor"_s);
-    send->click();
-    auto *users = child<QListWidget>(topLevel("UserSelect"), "lst_User");
-    QCOMPARE(users->count(), 1);
-    QCOMPARE(users->item(0)->text(), u"bob"_s);
-    users->item(0)->setSelected(true);
-    child<QPushButton>(topLevel("UserSelect"), "cmd_OK")->click();
-    QTRY_VERIFY(!topLevel("UserSelect"));
-    QTRY_COMPARE(lan.heard.size(), 6);
-    QVERIFY(wire.setBytes(lan.heard.last().second));
-    QCOMPARE(wire.text(Message), u"from the editor"_s);
-    editor->reject();
-
-    TagRecord stored;
-    stored.setMessage(u"stored one"_s);
-    const auto k = main.store().addTag(stored);
-    QVERIFY(k);
-    QAction *entry = main.tagMenu()->entryAction(TagPopupMenu::SendTo);
-    QVERIFY(entry->isEnabled());
-    main.tagMenu()->prepare(*k, false);
-    entry->trigger();
-    child<QPushButton>(topLevel("UserSelect"), "cmd_Cancel")->click();
-    QTRY_VERIFY(!topLevel("UserSelect"));
-}
-
-// 佐藤 on 127.0.0.2 is a bare socket: he sends tags, receipts and a confirmation.
-void TestLanMain::tagsToTheDesktop()
+// 佐藤 on 127.0.0.2 is a bare socket: he sends tags, receipts and a confirmation, and
+// reads what comes back.
+void TestLanMain::tagsBothWays()
 {
     LanLoopback lan(m_clock);
     const QString dir = dataDir(lan, Host.hostName);
-    QUdpSocket &sato = lan.raw(2);
-    const QByteArray receipt = "\002" + Cp932::encode(u"山田");
-    auto send = [&](bool sealed, const QString &text) {
+    auto send = [&](const QByteArray &bytes) {
+        lan.raw(2).writeDatagram(bytes, QHostAddress(Lo(1)), lan.port);
+    };
+    auto sendTag = [&](bool sealed, const QString &text) {
         TagRecord tag;
         tag.setMessage(text);
         Net::TagDatagram wire = TagWireMap::toDatagram(tag);
         sealForSending(wire, sealed, {}, u"127.0.0.2"_s, u"佐藤"_s);
-        sato.writeDatagram(wire.bytes(), QHostAddress(Lo(1)), lan.port);
+        send(wire.bytes());
     };
+    const QByteArray receipt = "\002" + Cp932::encode(u"山田");
+    Net::TagDatagram wire;
     {
         TagMain main(dir, m_prompt, m_clock);
         QVERIFY(start(main));
-        send(false, u"plain"_s);
+        sendTag(false, u"plain"_s);
         QTRY_VERIFY(main.display()->window(1));
-        TagWindow *w = main.display()->window(1);
-        QVERIFY(w->isVisible());
-        QCOMPARE(w->toolTip(), u"このタブは、佐藤 から送られました。"_s);
-        QCOMPARE(w->noteLabel()->text(), u"佐藤から届きました。"_s);
-        QVERIFY(w->windowFlags() & Qt::WindowStaysOnTopHint); // mnu_NetTop is on by default
-        QTRY_COMPARE(lan.heardBy(2), QList<QByteArray>{receipt});
-        QCOMPARE(lan.heard.first().second, "\002" + Cp932::encode(u"山田"));
-        send(true, u"sealed"_s);
+        QVERIFY(main.display()->window(1)->isVisible());
+        // mnu_NetTop is on by default.
+        QVERIFY(main.display()->window(1)->windowFlags() & Qt::WindowStaysOnTopHint);
+        sendTag(true, u"sealed"_s);
         QTRY_VERIFY(topLevel("SealedForm"));
         QVERIFY(!main.display()->window(2));
+        QTRY_COMPARE(lan.heardBy(2), QList<QByteArray>(2, receipt));
 
         // Receipts gather in one RcvResult; each confirmation gets its ResultForm.
-        sato.writeDatagram("\002" + Cp932::encode(u"佐藤"), QHostAddress(Lo(1)), lan.port);
-        sato.writeDatagram("\002" + Cp932::encode(u"鈴木"), QHostAddress(Lo(1)), lan.port);
+        send("\002" + Cp932::encode(u"佐藤"));
+        send("\002" + Cp932::encode(u"鈴木"));
         QTRY_VERIFY(topLevel("RcvResult"));
         QTRY_COMPARE(child<QListWidget>(topLevel("RcvResult"), "")->count(), 2);
         QCOMPARE(child<QListWidget>(topLevel("RcvResult"), "")->item(1)->text(),
                  u"鈴木 Received"_s);
-        sato.writeDatagram(Net::confirmation(Net::AbandonmentConfirmation, u"佐藤"_s, u"例の件"_s),
-                           QHostAddress(Lo(1)), lan.port);
+        send(Net::confirmation(Net::AbandonmentConfirmation, u"佐藤"_s, u"例の件"_s));
         QTRY_VERIFY(topLevel("ResultForm"));
         QCOMPARE(
             child<QLabel>(topLevel("ResultForm"), "lbl_Heading")->text() +
                 child<QLabel>(topLevel("ResultForm"), "lbl_Sender")->text() +
                 child<QPlainTextEdit>(topLevel("ResultForm"), "")->toPlainText(),
             u"以下に示す付箋が開封せずに廃棄されました。佐藤から廃棄確認が届きました。例の件"_s);
+
+        // The hotkeys' call: text becomes a tag in the default look: dummy, dummy, tag.
+        QVERIFY(main.net()->sendTextAsTag(u"メモ\nです"_s, {Lo(2)}));
+        QVERIFY(!main.net()->sendTextAsTag(u"x"_s, {Lo(2)})); // one at a time
+        QTRY_COMPARE(lan.heard.size(), 5);
+        QCOMPARE(lan.heardBy(2).mid(2, 2), QList<QByteArray>(2, Net::dummy()));
+        QVERIFY(wire.setBytes(lan.heard.last().second));
+        using namespace Net::TagWire;
+        QCOMPARE(QStringList({wire.text(Message), wire.text(Text24), wire.text(SenderIp),
+                              wire.text(Sealed)}),
+                 QStringList({u"メモ\r\nです"_s, u"山田"_s, u"127.0.0.1"_s, u"0"_s}));
+
+        // cmd_AddNet and the tag menu both end in UserSelect listing 佐藤.
+        send(Net::startAnswer(u"佐藤"_s, {}));
+        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+        main.editors()->openNew();
+        TagEntry *editor = main.editors()->editor();
+        auto *addNet = child<QPushButton>(editor, "cmd_AddNet");
+        addNet->click();
+        QCOMPARE(m_prompt.shown, QStringList{u"メッセージを指定して下さい。"_s});
+        child<QPlainTextEdit>(editor, "txt_Message")->setPlainText(u"from the editor"_s);
+        addNet->click();
+        auto *users = child<QListWidget>(topLevel("UserSelect"), "lst_User");
+        QVERIFY(users);
+        QCOMPARE(users->count(), 1);
+        QCOMPARE(users->item(0)->text(), u"佐藤"_s);
+        users->item(0)->setSelected(true);
+        child<QPushButton>(topLevel("UserSelect"), "cmd_OK")->click();
+        QTRY_VERIFY(!topLevel("UserSelect"));
+        QTRY_COMPARE(lan.heard.size(), 8);
+        QVERIFY(wire.setBytes(lan.heard.last().second));
+        QCOMPARE(wire.text(Message), u"from the editor"_s);
+        editor->reject();
+        TagRecord stored;
+        stored.setMessage(u"stored one"_s);
+        const auto k = main.store().addTag(stored);
+        QVERIFY(k);
+        main.tagMenu()->prepare(*k, false);
+        main.tagMenu()->entryAction(TagPopupMenu::SendTo)->trigger();
+        QVERIFY(topLevel("UserSelect"));
+        child<QPushButton>(topLevel("UserSelect"), "cmd_Cancel")->click();
+        QTRY_VERIFY(!topLevel("UserSelect"));
+        m_prompt.shown.clear();
     }
     // The next start: still sealed, asked again; opened, it goes up and 佐藤 hears.
-    // 佐藤 heard a receipt for each tag, then the logout at exit.
-    QTRY_COMPARE(lan.heardBy(2), (QList<QByteArray>{receipt, receipt, Net::logout()}));
+    QTRY_COMPARE(lan.heard.size(), 9);
+    QCOMPARE(lan.heard.last().second, Net::logout());
     TagMain again(dir, m_prompt, m_clock);
     QVERIFY(start(again));
     auto *form = topLevel("SealedForm");
@@ -367,7 +356,7 @@ void TestLanMain::tagsToTheDesktop()
     QVERIFY(again.display()->window(1) && !again.display()->window(2));
     child<QPushButton>(form, "cmd_Open")->click();
     QVERIFY(again.display()->window(2));
-    QTRY_COMPARE(lan.heard.size(), 4);
+    QTRY_COMPARE(lan.heard.size(), 10);
     QCOMPARE(lan.heard.last().second, "\012" + Cp932::toField(u"山田", 32) + "sealed");
     QVERIFY(m_prompt.shown.isEmpty());
 }

@@ -42,7 +42,6 @@ private Q_SLOTS:
     void receivedStartsNothingAndFloodsAreCut();
     void sealed_data();
     void sealed();
-    void recipientChecks_data();
     void recipientChecks();
 
 private:
@@ -287,47 +286,30 @@ void TestTagExchange::sealed()
     QCOMPARE(results.size(), confirmation != 0 ? 1 : 0);
 }
 
-void TestTagExchange::recipientChecks_data()
-{
-    QTest::addColumn<int>("entries"); // 0 none; 2: 佐藤, then 鈴木 who has quit
-    QTest::addColumn<QList<int>>("rows");
-    QTest::addColumn<bool>("sealed");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<QString>("tagFault");
-    QTest::addColumn<QString>("chatFault");
-    const QString quit = u"このユーザーは、プログラムを終了しました。"_s;
-    QTest::newRow("nobody") << 0 << QList<int>{} << false << QString()
-                            << u"タグを送るユーザーがいません。"_s
-                            << u"チャットを行うユーザーがいません。"_s;
-    QTest::newRow("none chosen") << 2 << QList<int>{} << false << QString()
-                                 << u"タグを送るユーザーを選択して下さい。"_s
-                                 << u"チャットを行うユーザーを選択して下さい。"_s;
-    QTest::newRow("chose one who quit")
-        << 2 << QList<int>{1, 2} << false << QString() << quit << quit;
-    QTest::newRow("password, no seal")
-        << 2 << QList<int>{1} << false << u"pw"_s
-        << u"開封時のパスワードを指定した場合は、他のｺﾝﾋﾟｭｰﾀに封書で送るをチェックして下さい。"_s
-        << QString();
-    QTest::newRow("blank password, no seal")
-        << 2 << QList<int>{1} << false << u"  "_s << QString() << QString();
-    QTest::newRow("sealed with password")
-        << 2 << QList<int>{1} << true << u"pw"_s << QString() << QString();
-}
-
 void TestTagExchange::recipientChecks()
 {
-    QFETCH(int, entries);
-    QFETCH(QList<int>, rows);
-    QFETCH(bool, sealed);
-    QFETCH(QString, password);
-    ParticipantTable table;
-    if (entries) {
-        table.addOrKeep(u"佐藤"_s, {}, Lo(2));
-        table.addOrKeep(u"鈴木"_s, {}, Lo(3));
-        table.logout(Lo(3));
-    }
-    QTEST(checkTagRecipients(table, rows, sealed, password).value_or(QString()), "tagFault");
-    QTEST(checkChatPartner(table, rows).value_or(QString()), "chatFault");
+    ParticipantTable none, two;
+    two.addOrKeep(u"佐藤"_s, {}, Lo(2));
+    two.addOrKeep(u"鈴木"_s, {}, Lo(3));
+    two.logout(Lo(3)); // 鈴木 has quit
+    auto tag = [](const ParticipantTable &t, const QList<int> &rows, bool sealed = false,
+                  const QString &password = {}) {
+        return checkTagRecipients(t, rows, sealed, password).value_or(QString());
+    };
+    auto chat = [](const ParticipantTable &t, const QList<int> &rows) {
+        return checkChatPartner(t, rows).value_or(QString());
+    };
+    const QString quit = u"このユーザーは、プログラムを終了しました。"_s;
+    QCOMPARE(tag(none, {}), u"タグを送るユーザーがいません。"_s);
+    QCOMPARE(chat(none, {}), u"チャットを行うユーザーがいません。"_s);
+    QCOMPARE(tag(two, {}), u"タグを送るユーザーを選択して下さい。"_s);
+    QCOMPARE(chat(two, {}), u"チャットを行うユーザーを選択して下さい。"_s);
+    QCOMPARE(tag(two, {1, 2}) + chat(two, {1, 2}), quit + quit);
+    QCOMPARE(
+        tag(two, {1}, false, u"pw"_s),
+        u"開封時のパスワードを指定した場合は、他のｺﾝﾋﾟｭｰﾀに封書で送るをチェックして下さい。"_s);
+    QCOMPARE(tag(two, {1}, false, u"  "_s) + tag(two, {1}, true, u"pw"_s) + chat(two, {1}),
+             QString());
 }
 
 QTEST_MAIN(TestTagExchange)
