@@ -54,7 +54,11 @@ struct LanPeer
 class LanLoopback : public QObject
 {
 public:
-    explicit LanLoopback(const Clock &clock) : m_clock(clock) {}
+    explicit LanLoopback(const Clock &clock) : m_clock(clock)
+    {
+        if (port == 0)
+            qFatal("no free UDP port on 127.0.0.1");
+    }
 
     // A peer on 127.0.0.host; started (sweeping 127.0.0.x) unless name is empty.
     LanPeer &peer(int host, const QString &name = {}, bool log = false)
