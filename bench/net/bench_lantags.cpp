@@ -2,23 +2,15 @@
 // 127.0.0.1, a copy of itself started with --receiver answers from 127.0.0.2-21,
 // each recipient storing the tag and putting its window up (offscreen) before
 // it answers. Every address is 127.x.
-#include "chatsession.h"
 #include "clock.h"
-#include "commlog.h"
-#include "fileset.h"
-#include "netendpoint.h"
-#include "nettags.h"
+#include "lanpeer.h"
 #include "prompt.h"
-#include "scriptedprompt.h"
-#include "settings.h"
 #include "spinuntil.h"
 #include "tagsender.h"
-#include "tagstore.h"
 #include "tagwindow.h"
 #include "tagwire.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -30,11 +22,6 @@
 
 namespace {
 constexpr int Recipients = 20;
-
-constexpr quint32 Lo(int host)
-{
-    return 0x7F000000u | quint32(host);
-}
 
 NetConfig config(quint16 port, int host, const QString &name)
 {
@@ -48,14 +35,11 @@ NetConfig config(quint16 port, int host, const QString &name)
     return c;
 }
 
-struct Recipient
+// A peer of tests/support that shows what it gets and echoes private lines.
+struct Recipient : LanPeer
 {
-    Recipient(const QString &dir, int host, quint16 port, const Clock &clock)
-        : files(FileSet::forDirectory(dir)), store((prepare(files), files.dt1)), settings(store),
-          log(files.log, clock), ep(log, clock, prompt), tags(ep, store, settings, prompt),
-          chat(ep, prompt)
+    Recipient(const QString &dir, int host, quint16 port, const Clock &clock) : LanPeer(dir, clock)
     {
-        settings.load();
         ep.StartNetwork(config(port, host, QStringLiteral("r%1").arg(host)));
         // Shown before the answer is queued: tagArrived comes first.
         QObject::connect(&tags, &NetTags::tagArrived, &tags, [this](int k) {
@@ -64,26 +48,11 @@ struct Recipient
                 windows.back()->show();
             }
         });
-        // Echo the partner's private lines.
         QObject::connect(&chat, &ChatSession::privateLine, &chat, [this](const QString &line) {
             if (line.startsWith(QLatin1String("bench")))
                 chat.sendPrivate(line.mid(13));
         });
     }
-    static void prepare(const FileSet &f)
-    {
-        prepareFileSet(f);
-        if (!TagStore(f.dt1).writeEnv(EnvRecord()))
-            qFatal("cannot write %s", qPrintable(f.dt1));
-    }
-    FileSet files;
-    TagStore store;
-    Settings settings;
-    CommLog log;
-    ScriptedPrompt prompt;
-    NetEndpoint ep;
-    NetTags tags;
-    ChatSession chat;
     std::vector<std::unique_ptr<TagWindow>> windows;
 };
 
@@ -94,11 +63,9 @@ int receiver(quint16 port)
     QTemporaryDir dir;
     SystemClock clock;
     std::vector<std::unique_ptr<Recipient>> r;
-    for (int i = 0; i < Recipients; ++i) {
-        const QString sub = dir.filePath(QString::number(i));
-        QDir().mkpath(sub);
-        r.push_back(std::make_unique<Recipient>(sub, i + 2, port, clock));
-    }
+    for (int i = 0; i < Recipients; ++i)
+        r.push_back(
+            std::make_unique<Recipient>(dir.filePath(QString::number(i)), i + 2, port, clock));
     std::puts("ready");
     std::fflush(stdout);
     return QApplication::exec();
@@ -118,10 +85,7 @@ int main(int argc, char *argv[])
     if (argc == 3 && qstrcmp(argv[1], "--receiver") == 0)
         return receiver(quint16(QByteArray(argv[2]).toUInt()));
 
-    QUdpSocket probe;
-    probe.bind(QHostAddress(Lo(1)), 0);
-    const quint16 port = probe.localPort();
-    probe.close();
+    const quint16 port = freeLoopbackPort();
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child.start(QCoreApplication::applicationFilePath(),

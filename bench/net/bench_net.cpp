@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "commlog.h"
 #include "datagram.h"
+#include "loopback.h"
 #include "manualclock.h"
 #include "netendpoint.h"
 #include "prompt.h"
@@ -24,18 +25,6 @@
 #include <vector>
 
 namespace {
-constexpr quint32 Lo(int host)
-{
-    return 0x7F000000u | quint32(host);
-}
-
-quint16 freePort()
-{
-    QUdpSocket probe;
-    probe.bind(QHostAddress(Lo(1)), 0);
-    return probe.localPort();
-}
-
 struct Peer
 {
     Peer(const QString &log, const Clock &clock) : log(log, clock), ep(this->log, clock, prompt) {}
@@ -46,20 +35,14 @@ struct Peer
 
 NetConfig config(quint16 port, int host)
 {
-    NetConfig c;
-    c.port = port;
-    c.userName = QStringLiteral("peer%1").arg(host);
-    c.localIp = Lo(host);
-    c.targets[0] = {0x7F0000FF, true};
-    c.bindAddress = QHostAddress(Lo(host));
-    return c;
+    return loopbackConfig(port, host, QStringLiteral("peer%1").arg(host));
 }
 
 void discovery(const QString &dir, const Clock &clock)
 {
     std::vector<qint64> times;
     for (int round = 0; round < 7; ++round) {
-        const quint16 port = freePort();
+        const quint16 port = freeLoopbackPort();
         std::vector<std::unique_ptr<Peer>> peers;
         for (int i = 1; i <= 3; ++i)
             peers.push_back(std::make_unique<Peer>(dir + QStringLiteral("/d.log"), clock));
@@ -84,7 +67,7 @@ void discovery(const QString &dir, const Clock &clock)
 
 void burst(const QString &dir, const Clock &clock, int bufferBytes)
 {
-    const quint16 port = freePort();
+    const quint16 port = freeLoopbackPort();
     Peer receiver(dir + QStringLiteral("/burst%1.log").arg(bufferBytes), clock);
     receiver.log.setEnabled(true);
     NetConfig c = config(port, 1);
@@ -121,7 +104,7 @@ void burst(const QString &dir, const Clock &clock, int bufferBytes)
 
 void sweep(const QString &dir, const Clock &clock)
 {
-    const quint16 port = freePort();
+    const quint16 port = freeLoopbackPort();
     Peer peer(dir + QStringLiteral("/sweep.log"), clock);
     peer.log.setEnabled(true);
     NetConfig c = config(port, 1);

@@ -1,46 +1,37 @@
-// The LAN inside the running program: start-up, the tray entries and exit. The
-// stored settings always name 127.0.0.255, and the host is a made-up one on
-// 127.0.0.1, so nothing leaves loopback.
-#include "chatsession.h"
-#include "clock.h"
-#include "commlog.h"
+// The LAN inside the running program: start-up, the tray entries, the windows and
+// exit. The stored settings always name 127.0.0.255, and the host is a made-up one
+// on 127.0.0.1, so nothing leaves loopback.
 #include "cp932.h"
 #include "desktopdisplay.h"
 #include "editorhost.h"
-#include "fileset.h"
 #include "frmnetwork.h"
+#include "lanpeer.h"
 #include "loopback.h"
 #include "mainmenu.h"
 #include "manualclock.h"
 #include "netdesk.h"
-#include "netendpoint.h"
-#include "prompt.h"
-#include "scriptedprompt.h"
 #include "tagmain.h"
 #include "tagpopupmenu.h"
 #include "tagsender.h"
-#include "tagstore.h"
 #include "tagwindow.h"
 #include "tagwire.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QNetworkDatagram>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
-#include <QUdpSocket>
+
+using namespace Qt::StringLiterals;
 
 namespace {
-const LocalIdentity Host{QStringLiteral("desk1"), 0x7F000001};
+const LocalIdentity Host{u"desk1"_s, 0x7F000001};
 
-template <typename T> T *topLevel(const char *name)
+template <typename T = QWidget> T *topLevel(const char *name)
 {
     for (QWidget *w : QApplication::topLevelWidgets()) {
         if (w->objectName() == QLatin1String(name) && w->isVisible())
@@ -49,75 +40,56 @@ template <typename T> T *topLevel(const char *name)
     return nullptr;
 }
 
-bool startOnHost(TagMain &main)
+template <typename T> T *child(QWidget *w, const char *name)
 {
-    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
-    return main.start();
+    return w ? w->findChild<T *>(*name ? QString::fromLatin1(name) : QString()) : nullptr;
 }
 
-// What a raw socket heard since the last call, the peers' start requests left out.
-QList<QByteArray> drain(QUdpSocket &socket)
-{
-    QList<QByteArray> got;
-    while (socket.hasPendingDatagrams()) {
-        const QByteArray bytes = socket.receiveDatagram().data();
-        if (!bytes.startsWith('\xFF'))
-            got << bytes;
-    }
-    return got;
-}
 } // namespace
 
 class TestLanMain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
-    void unconfiguredRefusesTheLanEntries();
-    void changedHostKeepsTheNetworkDown();
-    void findsPeersListsThemAndLogsOutAtExit();
-    void savingSettingsRestartsWithoutLogout();
-    void adapterPages();
-    void receivedTagsOnTheDesktop();
-    void chatWindows();
-    void textAsTag();
-    void editorAndTagMenuSend();
-    void answersOnTheDesktop();
+    void unconfiguredSetUpRetriedAndMoved();
+    void peersChatAndExit();
+    void tagsBothWays();
 
 private:
-    void writeSettings(const QString &host, bool log);
+    // The program's data folder in lan, with settings for this host when host is given.
+    QString dataDir(const LanLoopback &lan, const QString &host = {}, bool log = false);
+    bool start(TagMain &main);
     void trigger(TagMain &main, const char *entry);
-    NetConfig bobOn127002() const { return loopbackConfig(m_port, 2, QStringLiteral("bob")); }
 
-    QTemporaryDir m_dir;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0))};
     ScriptedPrompt m_prompt;
-    quint16 m_port = 0;
 };
 
-void TestLanMain::init()
+QString TestLanMain::dataDir(const LanLoopback &lan, const QString &host, bool log)
 {
-    m_port = freeLoopbackPort();
-    QVERIFY(m_port);
     m_prompt.shown.clear();
-    for (const QString &f : QDir(m_dir.path()).entryList(QDir::Files))
-        QFile::remove(m_dir.filePath(f));
-}
-
-void TestLanMain::writeSettings(const QString &host, bool log)
-{
-    const FileSet files = FileSet::forDirectory(m_dir.path());
-    QVERIFY(prepareFileSet(files).ok);
+    const QString dir = lan.dir(u"main"_s);
+    const FileSet files = LanPeer::prepared(dir);
+    if (host.isEmpty())
+        return dir;
     EnvRecord env;
     env.setByte(Env::NetConfigured, 1);
     env.setText(Env::NetHostName, host);
-    env.setText(Env::NetLocalIp, QStringLiteral("127.0.0.1"));
-    env.setText(Env::UserName, QStringLiteral("山田"));
-    env.setPortNo(m_port);
+    env.setText(Env::NetLocalIp, u"127.0.0.1"_s);
+    env.setText(Env::UserName, u"山田"_s);
+    env.setPortNo(lan.port);
     env.setBroadcastAddress(0, 0x7F0000FF);
     env.setSequential(0, true);
     env.setByte(Env::LogEnabled, log ? 1 : 0);
-    QVERIFY(TagStore(files.dt1).writeEnv(env));
+    if (!TagStore(files.dt1).writeEnv(env))
+        qFatal("cannot write the settings");
+    return dir;
+}
+
+bool TestLanMain::start(TagMain &main)
+{
+    main.setNetIdentity([] { return Host; }, QHostAddress(Host.address));
+    return main.start();
 }
 
 void TestLanMain::trigger(TagMain &main, const char *entry)
@@ -127,351 +99,266 @@ void TestLanMain::trigger(TagMain &main, const char *entry)
     a->trigger();
 }
 
-void TestLanMain::unconfiguredRefusesTheLanEntries()
+void TestLanMain::unconfiguredSetUpRetriedAndMoved()
 {
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    QVERIFY(!main.net()->endpoint().isStarted());
-    trigger(main, "mnu_Group");
-    trigger(main, "mnu_Retry_Net");
-    QCOMPARE(m_prompt.shown, QStringList(2, NetDesk::notConfiguredText()));
-    QVERIFY(!main.net()->endpoint().isStarted());
-}
-
-void TestLanMain::changedHostKeepsTheNetworkDown()
-{
-    writeSettings(QStringLiteral("old-desk"), false);
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    QCOMPARE(m_prompt.shown,
-             QStringList(QStringLiteral(
-                 "ネットワークの設定が変更された為、ネットワークの設定を今回は確立しません。")));
-    QVERIFY(!main.net()->endpoint().isStarted());
-    trigger(main, "mnu_Group");
-    QCOMPARE(m_prompt.shown.last(), NetDesk::notConfiguredText());
-    // The stored settings stay as they were.
-    QCOMPARE(main.env().text(Env::NetHostName), QStringLiteral("old-desk"));
-}
-
-void TestLanMain::findsPeersListsThemAndLogsOutAtExit()
-{
-    writeSettings(Host.hostName, true);
-    CommLog peerLog({}, m_clock);
-    ScriptedPrompt peerPrompt;
-    NetEndpoint peer(peerLog, m_clock, peerPrompt);
-    const NetConfig c = bobOn127002();
+    LanLoopback lan(m_clock);
+    LanPeer &bob = lan.peer(2, u"bob"_s);
+    const QString dir = dataDir(lan);
     {
-        TagMain main(m_dir.path(), m_prompt, m_clock);
-        QVERIFY(startOnHost(main));
-        QVERIFY(m_prompt.shown.isEmpty());
-        QVERIFY(main.net()->endpoint().isStarted());
-        QVERIFY(peer.StartNetwork(c));
-        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
-        QTRY_COMPARE(peer.participants().listed().size(), 1);
-        QCOMPARE(peer.participants().at(1).name, QStringLiteral("山田"));
+        TagMain main(dir, m_prompt, m_clock);
+        QVERIFY(start(main));
+        QVERIFY(!main.net()->endpoint().isStarted());
         trigger(main, "mnu_Group");
-        auto *list = topLevel<QDialog>("GroupList");
-        QVERIFY(list);
-        auto *rows = list->findChild<QTreeWidget *>();
+        trigger(main, "mnu_Retry_Net");
+        QCOMPARE(m_prompt.shown,
+                 QStringList(2, u"ネットワークの設定が行われていないので利用できません。"_s));
+        m_prompt.shown.clear();
+
+        trigger(main, "mnu_NetSet");
+        auto *setup = topLevel<QDialog>("NetSetup");
+        auto edit = [&](const char *name) { return child<QLineEdit>(setup, name); };
+        QCOMPARE(edit("txt_IP1_0")->text() + edit("txt_IP4_0")->text(), u"127255"_s); // this host's
+        edit("txt_PortNo")->setText(u"999"_s);
+        child<QPushButton>(setup, "cmd_OK")->click();
+        QCOMPARE(m_prompt.shown, QStringList(u"ポート番号は、４桁以上で指定して下さい。"_s));
+        QCOMPARE(main.store().readEnv()->byte(Env::NetConfigured), 0);
+        m_prompt.shown.clear();
+        edit("txt_PortNo")->setText(QString::number(lan.port));
+        edit("txt_UserName")->setText(u"alice"_s);
+        child<QCheckBox>(setup, "chk_SeqSend_0")->setChecked(true);
+        child<QPushButton>(setup, "cmd_OK")->click();
+        QVERIFY(m_prompt.shown.isEmpty());
+        QTRY_VERIFY(main.net()->endpoint().isStarted());
+        QTRY_COMPARE(bob.ep.participants().listed().size(), 1);
+        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+        QCOMPARE(main.store().readEnv()->byte(Env::NetConfigured), 1);
+        QCOMPARE(main.store().readEnv()->text(Env::NetLocalIp), u"127.0.0.1"_s);
+        // Searching again restarts without a logout: bob keeps one live entry.
+        trigger(main, "mnu_Retry_Net");
+        QVERIFY(!main.net()->endpoint().isStarted());
+        QTRY_VERIFY(main.net()->endpoint().isStarted());
+        QTest::qWait(200);
+        QCOMPARE(bob.ep.participants().last(), 1);
+        QCOMPARE(bob.ep.participants().listed().size(), 1);
+
+        // The adapter pages: loopback at least, and the buttons stop at the ends.
+        trigger(main, "mnu_ShowNetWork");
+        auto *info = topLevel<FrmNetwork>("frmNetwork");
+        QVERIFY(info && info->pages() >= 1);
+        for (int i = 0; i < info->pages() + 2; ++i)
+            child<QPushButton>(info, "cmd_Next")->click();
+        QCOMPARE(info->page(), info->pages() - 1);
+        child<QPushButton>(info, "cmd_Back")->click();
+        QCOMPARE(info->page(), std::max(0, info->pages() - 2));
+        const QString lo = adapterText(QNetworkInterface::interfaceFromName(u"lo"_s));
+        QVERIFY(lo.contains(u"IPアドレス: 127.0.0.1"_s) &&
+                lo.contains(u"サブネットマスク: 255.0.0.0"_s));
+    }
+    // Started on another host, the saved settings stay and the network stays down.
+    TagMain moved(dir, m_prompt, m_clock);
+    moved.setNetIdentity([] { return LocalIdentity{u"desk2"_s, Lo(1)}; }, QHostAddress(Lo(1)));
+    QVERIFY(moved.start());
+    QCOMPARE(m_prompt.shown,
+             QStringList(
+                 u"ネットワークの設定が変更された為、ネットワークの設定を今回は確立しません。"_s));
+    QVERIFY(!moved.net()->endpoint().isStarted());
+    trigger(moved, "mnu_Group");
+    QCOMPARE(m_prompt.shown.last(), NetDesk::notConfiguredText());
+    QCOMPARE(moved.env().text(Env::NetHostName), u"desk1"_s);
+}
+
+// bob on 127.0.0.2 is a whole peer; carol on 127.0.0.3 a bare socket that invites.
+void TestLanMain::peersChatAndExit()
+{
+    LanLoopback lan(m_clock);
+    const QString dir = dataDir(lan, Host.hostName, true);
+    LanPeer &bob = lan.peer(2);
+    const NetConfig c = loopbackConfig(lan.port, 2, u"bob"_s);
+    {
+        TagMain main(dir, m_prompt, m_clock);
+        QVERIFY(start(main));
+        QVERIFY(main.net()->endpoint().isStarted());
+        QVERIFY(bob.ep.StartNetwork(c));
+        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+        QTRY_COMPARE(bob.ep.participants().listed().size(), 1);
+        QCOMPARE(bob.ep.participants().at(1).name, u"山田"_s);
+        trigger(main, "mnu_Group");
+        auto *rows = child<QTreeWidget>(topLevel("GroupList"), "");
+        QVERIFY(rows);
         QCOMPARE(rows->topLevelItemCount(), 1);
-        QCOMPARE(rows->topLevelItem(0)->text(0), QStringLiteral("bob"));
-        QCOMPARE(rows->topLevelItem(0)->text(1), QStringLiteral("127.0.0.2"));
+        QCOMPARE(rows->topLevelItem(0)->text(0) + rows->topLevelItem(0)->text(1),
+                 u"bob127.0.0.2"_s);
         // bob leaves and the open list follows.
-        peer.logoutAndStop();
+        bob.ep.logoutAndStop();
         QTRY_COMPARE(rows->topLevelItemCount(), 0);
-        QVERIFY(peer.StartNetwork(c));
+        QVERIFY(bob.ep.StartNetwork(c));
         QTRY_COMPARE(rows->topLevelItemCount(), 1);
-        QTRY_COMPARE(peer.participants().listed().size(), 1);
+        QTRY_COMPARE(bob.ep.participants().listed().size(), 1);
         // The log switch reaches the LAN log too.
         trigger(main, "mnu_LogStart");
         QVERIFY(!main.net()->log().isEnabled());
         trigger(main, "mnu_LogStart");
         QVERIFY(main.net()->log().isEnabled());
+
+        // Private chat: a partner must be chosen; one talk at a time; bob leaving closes it.
+        trigger(main, "mnu_PrvChat");
+        auto *select = topLevel<QDialog>("UserSelct2");
+        child<QPushButton>(select, "cmd_OK")->click();
+        QCOMPARE(m_prompt.shown, QStringList{u"チャットを行うユーザーを選択して下さい。"_s});
+        child<QListWidget>(select, "")->setCurrentRow(1); // row 0 is bob before he left
+        child<QPushButton>(select, "cmd_OK")->click();
+        QTRY_VERIFY(topLevel("NetChatP"));
+        QCOMPARE(topLevel("NetChatP")->windowTitle(), u"Private NetWork Chat (From bob)"_s);
+        trigger(main, "mnu_PrvChat");
+        QCOMPARE(m_prompt.shown.last(), u"既にプライベートチャットを開始しています。"_s);
+        auto *line = child<QLineEdit>(topLevel("NetChatP"), "txt_Message");
+        line->setText(u"やあ"_s);
+        QTest::keyClick(line, Qt::Key_Return);
+        QVERIFY(line->text().isEmpty());
+        QTRY_COMPARE(bob.chat.privateHistory(),
+                     QStringList{u"山田"_s + QString(9, u' ') + u"やあ"_s});
+        bob.chat.leavePrivate();
+        QTRY_VERIFY(!topLevel("NetChatP"));
+
+        // The global chat: a line over 284 bytes stays for editing.
+        trigger(main, "mnu_Chat");
+        auto *text = child<QLineEdit>(topLevel("NetChat"), "txt_Message");
+        text->setText(QString(143, QChar(0x4ED8)));
+        QTest::keyClick(text, Qt::Key_Return);
+        QCOMPARE(m_prompt.shown.last(), ChatSession::tooLongText());
+        QCOMPARE(text->text(), QString(143, QChar(0x4ED8)));
+        // A line heard while the window is closed opens it again.
+        topLevel("NetChat")->close();
+        QTRY_VERIFY(!topLevel("NetChat"));
+        bob.chat.sendGlobal(u"hello"_s);
+        QTRY_VERIFY(topLevel("NetChat"));
+
+        // Invitations: one ChatReq on screen, naming the latest inviter.
+        for (const QString &name : {u"carol"_s, u"dave"_s})
+            lan.raw(3).writeDatagram(Net::nameOnly(Net::GlobalChatRequest, name),
+                                     QHostAddress(Lo(1)), lan.port);
+        QTRY_VERIFY(topLevel("ChatReq") &&
+                    child<QLabel>(topLevel("ChatReq"), "")->text().endsWith(u"dave"));
+        QCOMPARE(child<QLabel>(topLevel("ChatReq"), "")->text(), u"Chat Request From dave"_s);
+        QCOMPARE(std::ranges::count_if(
+                     QApplication::topLevelWidgets(),
+                     [](QWidget *w) { return w->objectName() == "ChatReq"_L1 && w->isVisible(); }),
+                 1);
     }
-    // Exit: bob hears the logout.
-    QTRY_COMPARE(peer.participants().listed().size(), 0);
-    QFile log(m_dir.filePath(QStringLiteral("Pinboard.log")));
+    // Exit: bob hears the logout, and the log ends with it.
+    QTRY_COMPARE(bob.ep.participants().listed().size(), 0);
+    QFile log(dir + u"/Pinboard.log"_s);
     QVERIFY(log.open(QIODevice::ReadOnly));
-    const QStringList lines =
-        Cp932::decode(log.readAll()).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    const QStringList lines = Cp932::decode(log.readAll()).split(u"\r\n"_s, Qt::SkipEmptyParts);
+    const QString at = u"2024/05/01 10:00:00 "_s;
     QCOMPARE(lines.mid(lines.size() - 2),
-             QStringList({QStringLiteral("2024/05/01 10:00:00 127.0.0.1      ～127.0.0.254     "
-                                         "Send-[User Logout(End Prg)] "),
-                          QStringLiteral("2024/05/01 10:00:00 Send Status:1")}));
-    QVERIFY(lines.contains(
-        QStringLiteral("2024/05/01 10:00:00 127.0.0.2       Recv-[User Logout(End Prg)] :")));
+             QStringList({at + u"127.0.0.1      ～127.0.0.254     Send-[User Logout(End Prg)] "_s,
+                          at + u"Send Status:1"_s}));
+    QVERIFY(lines.contains(at + u"127.0.0.2       Recv-[User Logout(End Prg)] :"_s));
 }
 
-void TestLanMain::savingSettingsRestartsWithoutLogout()
+// 佐藤 on 127.0.0.2 is a bare socket: he sends tags, receipts and a confirmation, and
+// reads what comes back.
+void TestLanMain::tagsBothWays()
 {
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    CommLog peerLog({}, m_clock);
-    ScriptedPrompt peerPrompt;
-    NetEndpoint peer(peerLog, m_clock, peerPrompt);
-    const NetConfig c = bobOn127002();
-    QVERIFY(peer.StartNetwork(c));
-
-    trigger(main, "mnu_NetSet");
-    auto *setup = topLevel<QDialog>("NetSetup");
-    QVERIFY(setup);
-    auto edit = [&](const QString &name) { return setup->findChild<QLineEdit *>(name); };
-    // Opened on a fresh record: the default port and this host's network.
-    QCOMPARE(edit(QStringLiteral("txt_PortNo"))->text(), QStringLiteral("12222"));
-    QCOMPARE(edit(QStringLiteral("txt_IP1_0"))->text() + edit(QStringLiteral("txt_IP4_0"))->text(),
-             QStringLiteral("127255"));
-    edit(QStringLiteral("txt_PortNo"))->setText(QString::number(m_port));
-    edit(QStringLiteral("txt_UserName"))->setText(QStringLiteral("alice"));
-    setup->findChild<QCheckBox *>(QStringLiteral("chk_SeqSend_0"))->setChecked(true);
-    setup->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
-    QVERIFY(m_prompt.shown.isEmpty());
-    QTRY_VERIFY(main.net()->endpoint().isStarted());
-    QTRY_COMPARE(peer.participants().listed().size(), 1);
-    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
-    QCOMPARE(main.store().readEnv()->byte(Env::NetConfigured), 1);
-    // Searching again restarts without a logout: bob keeps one live entry.
-    trigger(main, "mnu_Retry_Net");
-    QVERIFY(!main.net()->endpoint().isStarted());
-    QTRY_VERIFY(main.net()->endpoint().isStarted());
-    QTest::qWait(200);
-    QCOMPARE(peer.participants().last(), 1);
-    QCOMPARE(peer.participants().listed().size(), 1);
-}
-
-void TestLanMain::adapterPages()
-{
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    trigger(main, "mnu_ShowNetWork");
-    auto *info = topLevel<FrmNetwork>("frmNetwork");
-    QVERIFY(info);
-    QVERIFY(info->pages() >= 1); // loopback at least
-    const int pages = info->pages();
-    for (int i = 0; i < pages + 2; ++i)
-        info->findChild<QPushButton *>(QStringLiteral("cmd_Next"))->click();
-    QCOMPARE(info->page(), pages - 1);
-    info->findChild<QPushButton *>(QStringLiteral("cmd_Back"))->click();
-    QCOMPARE(info->page(), std::max(0, pages - 2));
-    const QString lo = adapterText(QNetworkInterface::interfaceFromName(QStringLiteral("lo")));
-    QVERIFY(lo.contains(QStringLiteral("IPアドレス: 127.0.0.1")));
-    QVERIFY(lo.contains(QStringLiteral("サブネットマスク: 255.0.0.0")));
-}
-
-// 佐藤 on 127.0.0.2 is a bare socket: it sends tag records and reads the answers.
-void TestLanMain::receivedTagsOnTheDesktop()
-{
-    writeSettings(Host.hostName, false);
-    QUdpSocket sato;
-    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
-    auto send = [&](bool sealed, const QString &text) {
+    LanLoopback lan(m_clock);
+    const QString dir = dataDir(lan, Host.hostName);
+    auto send = [&](const QByteArray &bytes) {
+        lan.raw(2).writeDatagram(bytes, QHostAddress(Lo(1)), lan.port);
+    };
+    auto sendTag = [&](bool sealed, const QString &text) {
         TagRecord tag;
         tag.setMessage(text);
         Net::TagDatagram wire = TagWireMap::toDatagram(tag);
-        sealForSending(wire, sealed, {}, QStringLiteral("127.0.0.2"), QStringLiteral("佐藤"));
-        sato.writeDatagram(wire.bytes(), QHostAddress(Host.address), m_port);
+        sealForSending(wire, sealed, {}, u"127.0.0.2"_s, u"佐藤"_s);
+        send(wire.bytes());
     };
-    QList<QByteArray> got; // what 佐藤 heard
-    auto answers = [&] { return got += drain(sato); };
+    const QByteArray receipt = "\002" + Cp932::encode(u"山田");
+    Net::TagDatagram wire;
     {
-        TagMain main(m_dir.path(), m_prompt, m_clock);
-        QVERIFY(startOnHost(main));
-        send(false, QStringLiteral("plain"));
+        TagMain main(dir, m_prompt, m_clock);
+        QVERIFY(start(main));
+        sendTag(false, u"plain"_s);
         QTRY_VERIFY(main.display()->window(1));
-        TagWindow *w = main.display()->window(1);
-        QVERIFY(w->isVisible());
-        QCOMPARE(w->toolTip(), QStringLiteral("このタブは、佐藤 から送られました。"));
-        QCOMPARE(w->noteLabel()->text(), QStringLiteral("佐藤から届きました。"));
-        QVERIFY(w->windowFlags() & Qt::WindowStaysOnTopHint); // mnu_NetTop is on by default
-        QTRY_COMPARE(answers(), QList<QByteArray>{"\x02" + Cp932::encode(u"山田")});
-        send(true, QStringLiteral("sealed"));
-        QTRY_VERIFY(topLevel<QWidget>("SealedForm"));
+        QVERIFY(main.display()->window(1)->isVisible());
+        // mnu_NetTop is on by default.
+        QVERIFY(main.display()->window(1)->windowFlags() & Qt::WindowStaysOnTopHint);
+        sendTag(true, u"sealed"_s);
+        QTRY_VERIFY(topLevel("SealedForm"));
         QVERIFY(!main.display()->window(2));
+        QTRY_COMPARE(lan.heardBy(2), QList<QByteArray>(2, receipt));
+
+        // Receipts gather in one RcvResult; each confirmation gets its ResultForm.
+        send("\002" + Cp932::encode(u"佐藤"));
+        send("\002" + Cp932::encode(u"鈴木"));
+        QTRY_VERIFY(topLevel("RcvResult"));
+        QTRY_COMPARE(child<QListWidget>(topLevel("RcvResult"), "")->count(), 2);
+        QCOMPARE(child<QListWidget>(topLevel("RcvResult"), "")->item(1)->text(),
+                 u"鈴木 Received"_s);
+        send(Net::confirmation(Net::AbandonmentConfirmation, u"佐藤"_s, u"例の件"_s));
+        QTRY_VERIFY(topLevel("ResultForm"));
+        QCOMPARE(
+            child<QLabel>(topLevel("ResultForm"), "lbl_Heading")->text() +
+                child<QLabel>(topLevel("ResultForm"), "lbl_Sender")->text() +
+                child<QPlainTextEdit>(topLevel("ResultForm"), "")->toPlainText(),
+            u"以下に示す付箋が開封せずに廃棄されました。佐藤から廃棄確認が届きました。例の件"_s);
+
+        // The hotkeys' call: text becomes a tag in the default look: dummy, dummy, tag.
+        QVERIFY(main.net()->sendTextAsTag(u"メモ\nです"_s, {Lo(2)}));
+        QVERIFY(!main.net()->sendTextAsTag(u"x"_s, {Lo(2)})); // one at a time
+        QTRY_COMPARE(lan.heard.size(), 5);
+        QCOMPARE(lan.heardBy(2).mid(2, 2), QList<QByteArray>(2, Net::dummy()));
+        QVERIFY(wire.setBytes(lan.heard.last().second));
+        using namespace Net::TagWire;
+        QCOMPARE(QStringList({wire.text(Message), wire.text(Text24), wire.text(SenderIp),
+                              wire.text(Sealed)}),
+                 QStringList({u"メモ\r\nです"_s, u"山田"_s, u"127.0.0.1"_s, u"0"_s}));
+
+        // cmd_AddNet and the tag menu both end in UserSelect listing 佐藤.
+        send(Net::startAnswer(u"佐藤"_s, {}));
+        QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
+        main.editors()->openNew();
+        TagEntry *editor = main.editors()->editor();
+        auto *addNet = child<QPushButton>(editor, "cmd_AddNet");
+        addNet->click();
+        QCOMPARE(m_prompt.shown, QStringList{u"メッセージを指定して下さい。"_s});
+        child<QPlainTextEdit>(editor, "txt_Message")->setPlainText(u"from the editor"_s);
+        addNet->click();
+        auto *users = child<QListWidget>(topLevel("UserSelect"), "lst_User");
+        QVERIFY(users);
+        QCOMPARE(users->count(), 1);
+        QCOMPARE(users->item(0)->text(), u"佐藤"_s);
+        users->item(0)->setSelected(true);
+        child<QPushButton>(topLevel("UserSelect"), "cmd_OK")->click();
+        QTRY_VERIFY(!topLevel("UserSelect"));
+        QTRY_COMPARE(lan.heard.size(), 8);
+        QVERIFY(wire.setBytes(lan.heard.last().second));
+        QCOMPARE(wire.text(Message), u"from the editor"_s);
+        editor->reject();
+        TagRecord stored;
+        stored.setMessage(u"stored one"_s);
+        const auto k = main.store().addTag(stored);
+        QVERIFY(k);
+        main.tagMenu()->prepare(*k, false);
+        main.tagMenu()->entryAction(TagPopupMenu::SendTo)->trigger();
+        QVERIFY(topLevel("UserSelect"));
+        child<QPushButton>(topLevel("UserSelect"), "cmd_Cancel")->click();
+        QTRY_VERIFY(!topLevel("UserSelect"));
+        m_prompt.shown.clear();
     }
     // The next start: still sealed, asked again; opened, it goes up and 佐藤 hears.
-    QTRY_COMPARE(answers().size(), 2);
-    got.clear();
-    TagMain again(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(again));
-    auto *form = topLevel<QWidget>("SealedForm");
-    QVERIFY(form);
-    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_IPAddress"))->text(),
-             QStringLiteral("127.0.0.2"));
-    QVERIFY(again.display()->window(1));
-    QVERIFY(!again.display()->window(2));
-    form->findChild<QPushButton *>(QStringLiteral("cmd_Open"))->click();
+    QTRY_COMPARE(lan.heard.size(), 9);
+    QCOMPARE(lan.heard.last().second, Net::logout());
+    TagMain again(dir, m_prompt, m_clock);
+    QVERIFY(start(again));
+    auto *form = topLevel("SealedForm");
+    QCOMPARE(child<QLabel>(form, "lbl_IPAddress")->text(), u"127.0.0.2"_s);
+    QVERIFY(again.display()->window(1) && !again.display()->window(2));
+    child<QPushButton>(form, "cmd_Open")->click();
     QVERIFY(again.display()->window(2));
-    QTRY_COMPARE(answers(), QList<QByteArray>{"\x0A" + Cp932::toField(u"山田", 32) + "sealed"});
+    QTRY_COMPARE(lan.heard.size(), 10);
+    QCOMPARE(lan.heard.last().second, "\012" + Cp932::toField(u"山田", 32) + "sealed");
     QVERIFY(m_prompt.shown.isEmpty());
-}
-
-void TestLanMain::chatWindows()
-{
-    writeSettings(Host.hostName, false);
-    CommLog peerLog({}, m_clock);
-    ScriptedPrompt peerPrompt;
-    NetEndpoint peer(peerLog, m_clock, peerPrompt);
-    ChatSession bob(peer, peerPrompt);
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    QVERIFY(peer.StartNetwork(bobOn127002()));
-    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
-
-    trigger(main, "mnu_PrvChat");
-    auto *select = topLevel<QDialog>("UserSelct2");
-    QVERIFY(select);
-    auto *ok = select->findChild<QPushButton *>(QStringLiteral("cmd_OK"));
-    ok->click();
-    QCOMPARE(m_prompt.shown,
-             QStringList{QStringLiteral("チャットを行うユーザーを選択して下さい。")});
-    select->findChild<QListWidget *>()->setCurrentRow(0);
-    ok->click();
-    QTRY_VERIFY(topLevel<QWidget>("NetChatP"));
-    auto *chat = topLevel<QWidget>("NetChatP");
-    QCOMPARE(chat->windowTitle(), QStringLiteral("Private NetWork Chat (From bob)"));
-    trigger(main, "mnu_PrvChat");
-    QCOMPARE(m_prompt.shown.last(), QStringLiteral("既にプライベートチャットを開始しています。"));
-    auto *line = chat->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
-    line->setText(QStringLiteral("やあ"));
-    QTest::keyClick(line, Qt::Key_Return);
-    QVERIFY(line->text().isEmpty());
-    QTRY_COMPARE(bob.privateHistory(),
-                 QStringList{QStringLiteral("山田") + QString(9, u' ') + QStringLiteral("やあ")});
-    bob.leavePrivate();
-    QTRY_VERIFY(!topLevel<QWidget>("NetChatP"));
-
-    // The global chat: a line over 284 bytes stays for editing.
-    trigger(main, "mnu_Chat");
-    auto *global = topLevel<QWidget>("NetChat");
-    QVERIFY(global);
-    auto *text = global->findChild<QLineEdit *>(QStringLiteral("txt_Message"));
-    const QString tooLong = QString(143, QChar(0x4ED8));
-    text->setText(tooLong);
-    QTest::keyClick(text, Qt::Key_Return);
-    QCOMPARE(m_prompt.shown.last(), ChatSession::tooLongText());
-    QCOMPARE(text->text(), tooLong);
-    // A line heard while the window is closed opens it again.
-    global->close();
-    QTRY_VERIFY(!topLevel<QWidget>("NetChat"));
-    bob.sendGlobal(QStringLiteral("hello"));
-    QTRY_VERIFY(topLevel<QWidget>("NetChat"));
-
-    // Invitations: one ChatReq on screen, naming the latest inviter.
-    QUdpSocket carol;
-    QVERIFY(carol.bind(QHostAddress(0x7F000003), m_port));
-    for (const QString &name : {QStringLiteral("carol"), QStringLiteral("dave")})
-        carol.writeDatagram(Net::nameOnly(Net::GlobalChatRequest, name), QHostAddress(Host.address),
-                            m_port);
-    QTRY_VERIFY(topLevel<QDialog>("ChatReq") &&
-                topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text().endsWith(u"dave"));
-    int asking = 0;
-    for (QWidget *w : QApplication::topLevelWidgets())
-        asking += w->objectName() == QLatin1String("ChatReq") && w->isVisible();
-    QCOMPARE(asking, 1);
-    QCOMPARE(topLevel<QDialog>("ChatReq")->findChild<QLabel *>()->text(),
-             QStringLiteral("Chat Request From dave"));
-}
-
-// The hotkeys' call: text becomes a tag in the default look, sent the usual way.
-void TestLanMain::textAsTag()
-{
-    writeSettings(Host.hostName, false);
-    QUdpSocket sato;
-    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    QVERIFY(main.net()->sendTextAsTag(QStringLiteral("メモ\nです"), {0x7F000002}));
-    QVERIFY(!main.net()->sendTextAsTag(QStringLiteral("x"), {0x7F000002})); // one at a time
-    QList<QByteArray> got;
-    QTRY_VERIFY((got += drain(sato)).size() >= 3);
-    QCOMPARE(got.size(), 3);
-    QCOMPARE(got[0], got[1]);
-    QCOMPARE(got[0], Net::dummy());
-    Net::TagDatagram wire;
-    QVERIFY(wire.setBytes(got[2]));
-    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("メモ\r\nです"));
-    QCOMPARE(wire.text(Net::TagWire::Text24), QStringLiteral("山田"));
-    QCOMPARE(wire.text(Net::TagWire::SenderIp), QStringLiteral("127.0.0.1"));
-    QCOMPARE(wire.text(Net::TagWire::Sealed), QStringLiteral("0"));
-}
-
-// cmd_AddNet and 他のｺﾝﾋﾟｭｰﾀに送る both end in UserSelect listing bob, who gets the tag.
-void TestLanMain::editorAndTagMenuSend()
-{
-    writeSettings(Host.hostName, false);
-    QUdpSocket bob;
-    QVERIFY(bob.bind(QHostAddress(0x7F000002), m_port));
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    bob.writeDatagram(Net::startAnswer(QStringLiteral("bob"), {}), QHostAddress(Host.address),
-                      m_port);
-    QTRY_COMPARE(main.net()->endpoint().participants().listed().size(), 1);
-
-    main.editors()->openNew();
-    TagEntry *editor = main.editors()->editor();
-    QVERIFY(editor);
-    auto *send = editor->findChild<QPushButton *>(QStringLiteral("cmd_AddNet"));
-    QVERIFY(send->isEnabled());
-    send->click();
-    QCOMPARE(m_prompt.shown, QStringList{QStringLiteral("メッセージを指定して下さい。")});
-    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
-        ->setPlainText(QStringLiteral("from the editor"));
-    send->click();
-    auto *select = topLevel<QDialog>("UserSelect");
-    QVERIFY(select);
-    auto *users = select->findChild<QListWidget *>(QStringLiteral("lst_User"));
-    QCOMPARE(users->count(), 1);
-    QCOMPARE(users->item(0)->text(), QStringLiteral("bob"));
-    users->item(0)->setSelected(true);
-    select->findChild<QPushButton *>(QStringLiteral("cmd_OK"))->click();
-    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
-    QList<QByteArray> got;
-    QTRY_VERIFY(!(got += drain(bob)).isEmpty() && got.last().size() == Net::TagRecordSize);
-    Net::TagDatagram wire;
-    QVERIFY(wire.setBytes(got.last()));
-    QCOMPARE(wire.text(Net::TagWire::Message), QStringLiteral("from the editor"));
-    editor->reject();
-
-    // A stored tag through its menu.
-    TagRecord stored;
-    stored.setMessage(QStringLiteral("stored one"));
-    const auto k = main.store().addTag(stored);
-    QVERIFY(k);
-    QAction *entry = main.tagMenu()->entryAction(TagPopupMenu::SendTo);
-    QVERIFY(entry->isEnabled());
-    main.tagMenu()->prepare(*k, false);
-    entry->trigger();
-    QVERIFY(topLevel<QDialog>("UserSelect"));
-    topLevel<QDialog>("UserSelect")
-        ->findChild<QPushButton *>(QStringLiteral("cmd_Cancel"))
-        ->click();
-    QTRY_VERIFY(!topLevel<QDialog>("UserSelect"));
-}
-
-// Receipts gather in one RcvResult; each confirmation gets its ResultForm.
-void TestLanMain::answersOnTheDesktop()
-{
-    writeSettings(Host.hostName, false);
-    QUdpSocket sato;
-    QVERIFY(sato.bind(QHostAddress(0x7F000002), m_port));
-    TagMain main(m_dir.path(), m_prompt, m_clock);
-    QVERIFY(startOnHost(main));
-    const QHostAddress to(Host.address);
-    sato.writeDatagram("\x02" + Cp932::encode(u"佐藤"), to, m_port);
-    sato.writeDatagram("\x02" + Cp932::encode(u"鈴木"), to, m_port);
-    QTRY_VERIFY(topLevel<QWidget>("RcvResult"));
-    auto *list = topLevel<QWidget>("RcvResult")->findChild<QListWidget *>();
-    QTRY_COMPARE(list->count(), 2);
-    QCOMPARE(list->item(1)->text(), QStringLiteral("鈴木 Received"));
-    sato.writeDatagram(Net::confirmation(Net::AbandonmentConfirmation, QStringLiteral("佐藤"),
-                                         QStringLiteral("例の件")),
-                       to, m_port);
-    QTRY_VERIFY(topLevel<QWidget>("ResultForm"));
-    auto *form = topLevel<QWidget>("ResultForm");
-    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Heading"))->text(),
-             QStringLiteral("以下に示す付箋が開封せずに廃棄されました。"));
-    QCOMPARE(form->findChild<QLabel *>(QStringLiteral("lbl_Sender"))->text(),
-             QStringLiteral("佐藤から廃棄確認が届きました。"));
-    QCOMPARE(form->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("例の件"));
 }
 
 QTEST_MAIN(TestLanMain)
