@@ -60,9 +60,9 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(int, n);
         QFETCH(QString, expected);
+        // Whole characters only: a lead byte left at the end would decode to nothing.
         const QByteArray cut = Cp932::cut(Cp932::encode(text), n);
-        QVERIFY(cut.size() <= n);
-        QCOMPARE(Cp932::decode(cut), expected);
+        QCOMPARE(cut, Cp932::encode(expected));
         const QByteArray field = Cp932::toField(text, n);
         QCOMPARE(field.size(), n);
         QCOMPARE(Cp932::fromField(field), expected);
