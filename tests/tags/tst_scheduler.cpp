@@ -4,56 +4,226 @@
 #include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
-#include "tagstore.h"
+#include "tempstore.h"
 
+#include <QRegularExpression>
 #include <QScopeGuard>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 
 #include <ctime>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-QDateTime local(int y, int m, int d, int h, int n = 0, int s = 0)
+// "[d/]hh:mm[:ss[.zzz]]": that time of day d of May 2024 (the 1st when not given).
+QDateTime local(const QString &text)
 {
-    return QDateTime(QDate(y, m, d), QTime(h, n, s), Qt::LocalTime);
+    const QString time = text.section(u'/', -1);
+    const int day = text.contains(u'/') ? text.section(u'/', 0, 0).toInt() : 1;
+    const char *form = time.size() == 5 ? "hh:mm" : time.size() == 8 ? "hh:mm:ss" : "hh:mm:ss.zzz";
+    return QDateTime(QDate(2024, 5, day), QTime::fromString(time, QLatin1String(form)),
+                     Qt::LocalTime);
 }
-
-QDateTime wallTime(int h, int n = 0)
-{
-    return QDateTime(QDate(1900, 1, 1), QTime(h, n), QTimeZone::utc());
-}
-
 } // namespace
+
+Q_DECLARE_METATYPE(Alarm)
 
 class TestScheduler : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
-    void timerWaitsForTheNearestChange_data();
-    void timerWaitsForTheNearestChange();
-    void dailyTagComesExpiresAndReturns();
-    void hiddenTagReturnsNextDay();
-    void shownTagWakesAtMidnight();
-    void startUpShowsWithoutAlarm();
-    void filesAndMailOncePerOccurrence();
-    void pauseHoldsNewTagsBack();
-    void alarms_data();
-    void alarms();
-    void editedTagSoonerThanTheWaitIsWokenFor();
-    void redisplaySkipsFilesAndMail();
-    void recurringTagStillUpAtItsNextOccurrence();
-    void nothingFiresBeforeItsSecond();
-    void zoneChangeMovesEveryMoment();
+    void init()
+    {
+        m_scheduler.reset();
+        m_data = std::make_unique<TempStore>();
+        m_clock = std::make_unique<ManualClock>(local(u"09:00"_s));
+        m_prompt = std::make_unique<ScriptedPrompt>();
+        m_display = std::make_unique<RecordingDisplay>();
+        m_timer = std::make_unique<SchedulerTimer>();
+        m_scheduler =
+            std::make_unique<Scheduler>(m_data->store, *m_clock, *m_prompt, *m_display, *m_timer);
+    }
+
+    // Each row a script of steps separated by "; ", starting at 2024/05/01 09:00:
+    //   +<kind> <hh:mm | yyyy/MM/dd_hh:mm> [e<erase time>] [o<file>] [m] [s<sound> | b]
+    //       a tag stored (kind 1 on 2024/05/01 unless dated; o opens a file, m mails,
+    //       s rings a sound file, b has sound on without a file: a beep)
+    //   @<time>  the clock set (see local()), t<time>  the same and the timer fires
+    //   load, tick, pause, resume, redisplay, hide <k>, edit (the last tag stored)
+    //   = <log>  what the display was asked since the last look
+    //   wait <s>, wake <time>, <k> S|W|I (state), sent <k> (the mail marked sent)
+    void scenarios_data()
+    {
+        QTest::addColumn<QString>("script");
+        const auto row = [](const char *name, const char *script) {
+            QTest::newRow(name) << QString::fromUtf8(script);
+        };
+        // clang-format off
+        row("dated in 3600 s", "+1 10:00; load; wait 3600; 1 W; =");
+        row("dated in 3601 s", "+1 10:00:01; load; wait 3600; 1 W; =");
+        row("dated in 90 s", "+1 09:01:30; load; wait 90; 1 W; =");
+        row("nothing within a year", "+1 2025/06/05_09:00; load; wait 3600; 1 W; =");
+        row("daily comes, expires, returns",
+            "+2 10:00 e11:00 s/s/alarm.wav; load; wait 3600; t10:00; = show 1, sound /s/alarm.wav, blink; 1 S; "
+            "wait 3600; t11:00; = down 1; 1 W; t2/10:00:01; = show 1, sound /s/alarm.wav, blink");
+        row("hidden returns next day",
+            "+2 10:00; @10:30; load; = show 1; hide 1; t12:00; = down 1; t2/00:00; 1 W; t2/10:00; = show 1, blink");
+        row("shown wakes at midnight", "+2 08:00; @23:30; load; wait 1800");
+        row("files and mail once an occurrence",
+            "+2 09:30 o/d/r.ods; +2 09:30 m; +1 09:30 m; load; t09:30; = open 1 /d/r.ods, mail 2, mail 3; sent 3; "
+            "t12:00; t2/09:00; =; t2/09:30; = open 1 /d/r.ods, mail 2; load; = open 1 /d/r.ods, mail 2");
+        row("pause holds new tags back", "+2 10:00; load; pause; t10:00; =; resume; wait 1; tick; = show 1, blink");
+        row("an edited tag sooner than the wait is woken for",
+            "+2 11:00; load; wait 3600; +2 09:10; edit; wait 600; +2 09:40; edit; wait 600; "
+            "t09:10; = show 2, blink; wait 1800");
+        row("redisplay skips files and mail",
+            "+2 08:00; +2 08:00 o/d/a.ods; +2 08:00 m; +2 10:00; @08:00:30; load; = show 1, open 2 /d/a.ods, mail 3; "
+            "hide 1; = down 1; redisplay; = show 1");
+        // Nobody took it down: it stays as it is, without a second alarm; taken down,
+        // it comes again with its alarm the day after.
+        row("recurring tag still up at its next occurrence",
+            "+2 10:00 b; load; t10:00; = show 1, beep, blink; t2/00:00; t2/10:00; =; 1 S; "
+            "hide 1; t3/00:00; t3/10:00; = down 1, show 1, beep, blink");
+        // A timer that wakes a little early waits on for the rest of the second.
+        row("nothing fires before its second",
+            "+2 20:42 m; @20:00:00.700; load; wake 20:42; @20:41:59.700; tick; =; wake 20:42; @20:42; tick; = mail 1");
+        // clang-format on
+    }
+
+    void scenarios()
+    {
+        QFETCH(QString, script);
+        int added = 0;
+        static const QRegularExpression state(u"^(\\d+) ([SWI])$"_s);
+        for (const QString &step : script.split(u"; "_s)) {
+            const QString arg = step.section(u' ', 1);
+            QString got, want = arg; // compared for the checks
+            if (step.startsWith(u'+'))
+                added = add(step.mid(1));
+            else if (step.startsWith(u'@') || (step.startsWith(u't') && step != u"tick"))
+                m_clock->set(local(step.mid(1)));
+            if (step.startsWith(u't') || step == u"tick")
+                m_scheduler->SchedulerTick();
+            else if (step == u"load")
+                m_scheduler->loadAll();
+            else if (step == u"edit")
+                m_scheduler->tagChanged(added);
+            else if (step == u"pause" || step == u"resume")
+                m_scheduler->setPaused(step == u"pause");
+            else if (step == u"redisplay")
+                m_scheduler->redisplay();
+            else if (step.startsWith(u"hide"))
+                m_scheduler->hideTag(arg.toInt());
+            else if (step.startsWith(u'='))
+                got = took(), want = step.mid(2);
+            else if (step.startsWith(u"wait"))
+                got = QString::number(m_timer->intervalMs() / 1000.0);
+            else if (step.startsWith(u"wake"))
+                got = QString::number(m_scheduler->wakeAt() - local(arg).toMSecsSinceEpoch()),
+                want = u"0"_s;
+            else if (step.startsWith(u"sent"))
+                got = QString::number(m_data->store.readTag(arg.toInt())->byte(Tag::MailSent)),
+                want = u"1"_s;
+            else if (const auto m = state.match(step); m.hasMatch())
+                got = QString::number(m_scheduler->state(m.captured(1).toInt())),
+                want = QString::number(m.captured(2) == u"S"   ? int(Scheduler::Shown)
+                                       : m.captured(2) == u"W" ? int(Scheduler::Waiting)
+                                                               : int(Scheduler::Idle));
+            if (!got.isNull() || step.startsWith(u'='))
+                QVERIFY2(got == want, qPrintable(step + u" got: "_s + got));
+        }
+    }
+
+    void startUpShowsWithoutAlarm()
+    {
+        TagStore &store = m_data->store;
+        for (const char *spec : {"0 00:00 b", "0 00:00", "0 00:00", "7 00:00", "0 00:00"})
+            add(QString::fromLatin1(spec));
+        for (auto [k, mark] : {std::pair{2, TagRecord::InTrash}, {3, TagRecord::Deleted}}) {
+            TagRecord t = *store.readTag(k);
+            t.setStateMark(mark);
+            QVERIFY(store.writeTag(k, t));
+        }
+        QByteArray bad = store.readTag(5)->serialize();
+        bad[TagRecord::FixedSize + 1] = char(0x90); // a length past the slot
+        QVERIFY(store.file().write(6, bad));
+        m_scheduler->loadAll();
+        QCOMPARE(took(), u"show 1"_s);
+        for (int k : {2, 3, 4})
+            QCOMPARE(m_scheduler->state(k), int(Scheduler::Idle));
+        // The damaged kind and the unreadable record were each reported once.
+        QCOMPARE(m_prompt->shown,
+                 (QStringList{
+                     u"Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行"
+                     u"して下さい。"_s,
+                     u"次の付箋のデータが壊れているため、表示できません。\r\n付箋番号：00005"_s}));
+    }
+
+    void alarms_data()
+    {
+        QTest::addColumn<bool>("received");
+        QTest::addColumn<int>("soundFlag");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("netSound");
+        QTest::addColumn<QString>("arrival");
+        QTest::addColumn<Alarm>("alarm");
+        const Alarm beep{Alarm::Beep, {}}, none{};
+        // clang-format off
+        QTest::newRow("own sound")      << false << 1 << "/a.mid" << 1 << "/arr.wav" << Alarm{Alarm::Sound, u"/a.mid"_s};
+        QTest::newRow("own, no file")   << false << 1 << ""       << 1 << ""         << beep;
+        QTest::newRow("own, silent")    << false << 0 << "/a.mid" << 1 << ""         << none;
+        QTest::newRow("received")       << true  << 0 << ""       << 1 << "/arr.wav" << Alarm{Alarm::Sound, u"/arr.wav"_s};
+        QTest::newRow("received, none") << true  << 0 << ""       << 1 << ""         << beep;
+        QTest::newRow("received, off")  << true  << 0 << ""       << 0 << "/arr.wav" << none;
+        // clang-format on
+    }
+
+    void alarms()
+    {
+        QFETCH(bool, received);
+        QFETCH(int, soundFlag);
+        QFETCH(QString, path);
+        QFETCH(int, netSound);
+        QFETCH(QString, arrival);
+        QFETCH(Alarm, alarm);
+        TagRecord tag;
+        tag.setText(Tag::ReceivedMark, received ? u"1"_s : QString());
+        tag.setText(Tag::FilePath, path);
+        tag.setByte(Tag::SoundFlag, soundFlag);
+        EnvRecord env;
+        env.setByte(Env::NetSound, netSound);
+        env.setText(Env::ArrivalSound, arrival);
+        QVERIFY(alarmFor(tag, env) == alarm);
+    }
+
+    void zoneChangeMovesEveryMoment()
+    {
+        const QByteArray tz = qgetenv("TZ");
+        auto restore = qScopeGuard([&] {
+            tz.isNull() ? qunsetenv("TZ") : qputenv("TZ", tz);
+            tzset();
+        });
+        qputenv("TZ", "Asia/Tokyo");
+        tzset();
+        add(u"2 10:00"_s);
+        m_clock->set(
+            QDateTime(QDate(2024, 5, 1), QTime(0, 30), QTimeZone::utc())); // 09:30 in Tokyo
+        m_scheduler->loadAll();
+        QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
+        qputenv("TZ", "Australia/Brisbane"); // 10:30 there: already due
+        tzset();
+        m_scheduler->zoneChanged();
+        QCOMPARE(took(), u"show 1, blink"_s);
+    }
 
 private:
-    int add(int kind, const QDateTime &display, const QString &eraseTime = {},
-            const std::function<void(TagRecord &)> &tweak = {});
-    void tickAt(const QDateTime &moment);
+    // A tag from a description as in the scripts; its index.
+    int add(const QString &spec);
+    // What the scheduler asked of the display since the last look.
+    QString took() { return m_display->take().join(u", "_s); }
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
+    std::unique_ptr<TempStore> m_data;
     std::unique_ptr<ManualClock> m_clock;
     std::unique_ptr<ScriptedPrompt> m_prompt;
     std::unique_ptr<RecordingDisplay> m_display;
@@ -61,301 +231,29 @@ private:
     std::unique_ptr<Scheduler> m_scheduler;
 };
 
-void TestScheduler::init()
+int TestScheduler::add(const QString &spec)
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(m_store->writeEnv(EnvRecord()));
-    m_clock = std::make_unique<ManualClock>(local(2024, 5, 1, 9, 0));
-    m_prompt = std::make_unique<ScriptedPrompt>();
-    m_display = std::make_unique<RecordingDisplay>();
-    m_timer = std::make_unique<SchedulerTimer>();
-    m_scheduler = std::make_unique<Scheduler>(*m_store, *m_clock, *m_prompt, *m_display, *m_timer);
-}
-
-int TestScheduler::add(int kind, const QDateTime &display, const QString &eraseTime,
-                       const std::function<void(TagRecord &)> &tweak)
-{
-    TagRecord tag;
-    tag.setByte(Tag::ScheduleKind, kind);
-    tag.setDate(Tag::DisplayDateTime, display);
-    tag.setText(Tag::EraseTime, eraseTime);
-    if (tweak)
-        tweak(tag);
-    return *m_store->addTag(tag);
-}
-
-void TestScheduler::tickAt(const QDateTime &moment)
-{
-    m_clock->set(moment);
-    m_scheduler->SchedulerTick();
-}
-
-void TestScheduler::timerWaitsForTheNearestChange_data()
-{
-    QTest::addColumn<int>("secondsAhead");
-    QTest::addColumn<int>("ms");
-    QTest::newRow("due in 3600 s") << 3600 << 3600000;
-    QTest::newRow("due in 3601 s") << 3601 << 3600000;
-    QTest::newRow("due in 90 s") << 90 << 90000;
-    QTest::newRow("nothing within a year") << 400 * 86400 << 3600000;
-}
-
-void TestScheduler::timerWaitsForTheNearestChange()
-{
-    QFETCH(int, secondsAhead);
-    QFETCH(int, ms);
-    const QDateTime at = m_clock->now().addSecs(secondsAhead);
-    add(1, QDateTime(at.date(), at.time(), QTimeZone::utc()));
-    m_scheduler->loadAll();
-    QCOMPARE(m_timer->intervalMs(), ms);
-    QCOMPARE(m_scheduler->state(1), int(Scheduler::Waiting));
-    QVERIFY(m_display->log.isEmpty());
-}
-
-void TestScheduler::dailyTagComesExpiresAndReturns()
-{
-    const int k = add(2, wallTime(10), QStringLiteral("11:00"), [](TagRecord &t) {
-        t.setByte(Tag::SoundFlag, 1);
-        t.setText(Tag::FilePath, QStringLiteral("/s/alarm.wav"));
-    });
-    m_scheduler->loadAll();
-    QCOMPARE(m_timer->intervalMs(), 3600000); // 10:00 is exactly an hour away
-    tickAt(local(2024, 5, 1, 10, 0));
-    QCOMPARE(m_display->take(),
-             (QStringList{QStringLiteral("show 1"), QStringLiteral("sound /s/alarm.wav"),
-                          QStringLiteral("blink")}));
-    QCOMPARE(m_scheduler->state(k), int(Scheduler::Shown));
-    QCOMPARE(m_timer->intervalMs(), 3600000); // until the erase time
-    tickAt(local(2024, 5, 1, 11, 0));
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("down 1")});
-    QCOMPARE(m_scheduler->state(k), int(Scheduler::Waiting));
-    tickAt(local(2024, 5, 2, 10, 0, 1));
-    QCOMPARE(m_display->take().first(), QStringLiteral("show 1"));
-}
-
-void TestScheduler::hiddenTagReturnsNextDay()
-{
-    const int k = add(2, wallTime(10));
-    m_clock->set(local(2024, 5, 1, 10, 30));
-    m_scheduler->loadAll();
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("show 1")});
-    m_scheduler->hideTag(k);
-    tickAt(local(2024, 5, 1, 12, 0));
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("down 1")}); // stays down today
-    tickAt(local(2024, 5, 2, 0, 0));
-    QCOMPARE(m_scheduler->state(k), int(Scheduler::Waiting));
-    tickAt(local(2024, 5, 2, 10, 0));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("blink")}));
-}
-
-void TestScheduler::shownTagWakesAtMidnight()
-{
-    add(2, wallTime(8));
-    m_clock->set(local(2024, 5, 1, 23, 30));
-    m_scheduler->loadAll();
-    QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
-}
-
-void TestScheduler::startUpShowsWithoutAlarm()
-{
-    add(0, wallTime(0), {}, [](TagRecord &t) { t.setByte(Tag::SoundFlag, 1); });
-    add(0, wallTime(0), {}, [](TagRecord &t) { t.setStateMark(TagRecord::InTrash); });
-    const int freed = add(0, wallTime(0));
-    add(7, wallTime(0));
-    const int broken = add(0, wallTime(0));
-    TagRecord gone = *m_store->readTag(freed);
-    gone.setStateMark(TagRecord::Deleted);
-    QVERIFY(m_store->writeTag(freed, gone));
-    QByteArray bad = m_store->readTag(broken)->serialize();
-    bad[TagRecord::FixedSize + 1] = char(0x90); // a length past the slot
-    QVERIFY(m_store->file().write(broken + 1, bad));
-    m_scheduler->loadAll();
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("show 1")});
-    QCOMPARE(m_scheduler->state(2), int(Scheduler::Idle));
-    QCOMPARE(m_scheduler->state(3), int(Scheduler::Idle));
-    QCOMPARE(m_scheduler->state(4), int(Scheduler::Idle));
-    // The damaged kind and the unreadable record were each reported once.
-    QCOMPARE(m_prompt->shown.size(), 2);
-    QCOMPARE(
-        m_prompt->shown.first(),
-        QStringLiteral(
-            "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"));
-    QCOMPARE(m_prompt->shown.last(), Scheduler::unreadableTagsText({QStringLiteral("00005")}));
-}
-
-void TestScheduler::filesAndMailOncePerOccurrence()
-{
-    add(2, wallTime(9, 30), {}, [](TagRecord &t) {
-        t.setByte(Tag::OpenFileFlag, 1);
-        t.setText(Tag::FilePath, QStringLiteral("/d/report.ods"));
-    });
-    add(2, wallTime(9, 30), {}, [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
-    const int dated = add(1, QDateTime(QDate(2024, 5, 1), QTime(9, 30), QTimeZone::utc()), {},
-                          [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
-    m_scheduler->loadAll();
-    tickAt(local(2024, 5, 1, 9, 30));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("open 1 /d/report.ods"),
-                                             QStringLiteral("mail 2"), QStringLiteral("mail 3")}));
-    QCOMPARE(m_store->readTag(dated)->byte(Tag::MailSent), 1);
-    tickAt(local(2024, 5, 1, 12, 0));
-    QVERIFY(m_display->take().isEmpty());
-    tickAt(local(2024, 5, 2, 9, 0));
-    tickAt(local(2024, 5, 2, 9, 30));
-    QCOMPARE(m_display->take(),
-             (QStringList{QStringLiteral("open 1 /d/report.ods"), QStringLiteral("mail 2")}));
-    // A restart does not mail the dated tag again.
-    m_scheduler->loadAll();
-    QVERIFY(!m_display->take().contains(QStringLiteral("mail 3")));
-}
-
-void TestScheduler::pauseHoldsNewTagsBack()
-{
-    add(2, wallTime(10));
-    m_scheduler->loadAll();
-    m_scheduler->setPaused(true);
-    tickAt(local(2024, 5, 1, 10, 0));
-    QVERIFY(m_display->take().isEmpty());
-    m_scheduler->setPaused(false);
-    QCOMPARE(m_timer->intervalMs(), 1000);
-    m_scheduler->SchedulerTick();
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("blink")}));
-}
-
-void TestScheduler::alarms_data()
-{
-    QTest::addColumn<bool>("received");
-    QTest::addColumn<int>("soundFlag");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("netSound");
-    QTest::addColumn<QString>("arrival");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("own sound") << false << 1 << "/a.mid" << 1 << "/arr.wav" << int(Alarm::Sound)
-                               << "/a.mid";
-    QTest::newRow("own, no file: beep") << false << 1 << "" << 1 << "" << int(Alarm::Beep) << "";
-    QTest::newRow("own, silent") << false << 0 << "/a.mid" << 1 << "" << int(Alarm::None) << "";
-    QTest::newRow("received: arrival sound")
-        << true << 0 << "" << 1 << "/arr.wav" << int(Alarm::Sound) << "/arr.wav";
-    QTest::newRow("received, none chosen: beep")
-        << true << 0 << "" << 1 << "" << int(Alarm::Beep) << "";
-    QTest::newRow("received, switched off")
-        << true << 0 << "" << 0 << "/arr.wav" << int(Alarm::None) << "";
-}
-
-void TestScheduler::alarms()
-{
-    QFETCH(bool, received);
-    QFETCH(int, soundFlag);
-    QFETCH(QString, path);
-    QFETCH(int, netSound);
-    QFETCH(QString, arrival);
-    QFETCH(int, kind);
-    QFETCH(QString, expected);
-    TagRecord tag;
-    if (received)
-        tag.setText(Tag::ReceivedMark, QStringLiteral("1"));
-    tag.setByte(Tag::SoundFlag, soundFlag);
-    tag.setText(Tag::FilePath, path);
-    EnvRecord env;
-    env.setByte(Env::NetSound, netSound);
-    env.setText(Env::ArrivalSound, arrival);
-    const Alarm a = alarmFor(tag, env);
-    QCOMPARE(int(a.kind), kind);
-    QCOMPARE(a.path, expected);
-}
-
-void TestScheduler::editedTagSoonerThanTheWaitIsWokenFor()
-{
-    add(2, wallTime(11));
-    m_scheduler->loadAll();
-    QCOMPARE(m_timer->intervalMs(), 3600000);
-    const int k = add(2, wallTime(9, 10));
-    m_scheduler->tagChanged(k);
-    QCOMPARE(m_timer->intervalMs(), 600 * 1000);
-    // A later tag leaves the nearer wait alone.
-    m_scheduler->tagChanged(add(2, wallTime(9, 40)));
-    QCOMPARE(m_timer->intervalMs(), 600 * 1000);
-    tickAt(local(2024, 5, 1, 9, 10));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 2"), QStringLiteral("blink")}));
-    QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
-}
-
-void TestScheduler::redisplaySkipsFilesAndMail()
-{
-    add(2, wallTime(8));
-    add(2, wallTime(8), {}, [](TagRecord &t) {
-        t.setByte(Tag::OpenFileFlag, 1);
-        t.setText(Tag::FilePath, QStringLiteral("/d/a.ods"));
-    });
-    add(2, wallTime(8), {}, [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
-    add(2, wallTime(10)); // not due yet
-    m_clock->set(local(2024, 5, 1, 8, 0, 30));
-    m_scheduler->loadAll();
-    QCOMPARE(m_display->take(),
-             (QStringList{QStringLiteral("show 1"), QStringLiteral("open 2 /d/a.ods"),
-                          QStringLiteral("mail 3")}));
-    m_scheduler->hideTag(1);
-    m_display->take();
-    m_scheduler->redisplay();
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("show 1")});
-    QVERIFY(m_display->isShown(1));
-}
-
-void TestScheduler::recurringTagStillUpAtItsNextOccurrence()
-{
-    const int k = add(2, wallTime(10), {}, [](TagRecord &t) { t.setByte(Tag::SoundFlag, 1); });
-    m_scheduler->loadAll();
-    tickAt(local(2024, 5, 1, 10, 0));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("beep"),
-                                             QStringLiteral("blink")}));
-    tickAt(local(2024, 5, 2, 0, 0));
-    tickAt(local(2024, 5, 2, 10, 0));
-    // Nobody took it down: it stays as it is, without a second alarm.
-    QVERIFY(m_display->take().isEmpty());
-    QVERIFY(m_display->isShown(k));
-    QCOMPARE(m_scheduler->state(k), int(Scheduler::Shown));
-    // Taken down, it comes again with its alarm the day after.
-    m_scheduler->hideTag(k);
-    tickAt(local(2024, 5, 3, 0, 0));
-    tickAt(local(2024, 5, 3, 10, 0));
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("down 1"), QStringLiteral("show 1"),
-                                             QStringLiteral("beep"), QStringLiteral("blink")}));
-}
-
-void TestScheduler::nothingFiresBeforeItsSecond()
-{
-    add(2, wallTime(20, 42), {}, [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); });
-    m_clock->set(local(2024, 5, 1, 20, 0).addMSecs(700));
-    m_scheduler->loadAll();
-    const qint64 due = local(2024, 5, 1, 20, 42).toMSecsSinceEpoch();
-    QCOMPARE(m_scheduler->wakeAt(), due);
-    m_clock->set(QDateTime::fromMSecsSinceEpoch(due - 300)); // a timer a little early
-    m_scheduler->SchedulerTick();
-    QVERIFY(m_display->take().isEmpty());
-    QCOMPARE(m_scheduler->wakeAt(), due);
-    m_clock->set(QDateTime::fromMSecsSinceEpoch(due));
-    m_scheduler->SchedulerTick();
-    QCOMPARE(m_display->take(), QStringList{QStringLiteral("mail 1")});
-}
-
-void TestScheduler::zoneChangeMovesEveryMoment()
-{
-    const QByteArray tz = qgetenv("TZ");
-    auto restore = qScopeGuard([&] {
-        tz.isNull() ? qunsetenv("TZ") : qputenv("TZ", tz);
-        tzset();
-    });
-    qputenv("TZ", "Asia/Tokyo");
-    tzset();
-    add(2, wallTime(10));
-    m_clock->set(QDateTime(QDate(2024, 5, 1), QTime(0, 30), QTimeZone::utc())); // 09:30 in Tokyo
-    m_scheduler->loadAll();
-    QCOMPARE(m_timer->intervalMs(), 1800 * 1000);
-    qputenv("TZ", "Australia/Brisbane"); // 10:30 there: already due
-    tzset();
-    m_scheduler->zoneChanged();
-    QCOMPARE(m_display->take(), (QStringList{QStringLiteral("show 1"), QStringLiteral("blink")}));
+    const QStringList parts = spec.split(u' ');
+    TagRecord t;
+    t.setByte(Tag::ScheduleKind, parts[0].toInt());
+    const QString when = parts[1].contains(u'_') ? parts[1]
+                         : parts[0] == u"1"      ? u"2024/05/01_"_s + parts[1]
+                                                 : u"1900/01/01_"_s + parts[1];
+    const QDateTime wall = QDateTime::fromString(
+        when, when.size() == 16 ? u"yyyy/MM/dd_hh:mm"_s : u"yyyy/MM/dd_hh:mm:ss"_s);
+    t.setDate(Tag::DisplayDateTime, QDateTime(wall.date(), wall.time(), QTimeZone::utc()));
+    for (const QString &p : parts.mid(2)) {
+        if (p[0] == u'e')
+            t.setText(Tag::EraseTime, p.mid(1));
+        else
+            t.setByte(p[0] == u'o'   ? Tag::OpenFileFlag
+                      : p[0] == u'm' ? Tag::MailFlag
+                                     : Tag::SoundFlag,
+                      1);
+        if (p[0] == u'o' || p[0] == u's')
+            t.setText(Tag::FilePath, p.mid(1));
+    }
+    return *m_data->store.addTag(t);
 }
 
 QTEST_GUILESS_MAIN(TestScheduler)

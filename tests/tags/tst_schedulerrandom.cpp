@@ -20,8 +20,8 @@
 
 namespace {
 
-// The rules of a tick applied to every tag, every time: what the scheduler must
-// come to without its index.
+// The rules of a tick applied to every tag, every time, each tag evaluated on its
+// own: what the scheduler must come to without its index.
 class Reference
 {
 public:
@@ -43,15 +43,12 @@ public:
                 tag->byte(Tag::MailSent) == 1)
                 continue;
             t.state = Scheduler::Waiting;
-            if (evaluate(t, now).result == ScheduleResult::Due) {
-                if (t.schedule.openFile)
-                    m_display.openFile(k, tag->text(Tag::FilePath));
-                else if (t.schedule.mail)
-                    m_display.sendMail(k, *tag);
-                else
-                    m_display.showTag(k, *tag);
-                t.state = Scheduler::Shown;
-            }
+            if (EvaluateSchedule(t.schedule, now).result != ScheduleResult::Due)
+                continue;
+            t.schedule.openFile ? m_display.openFile(k, tag->text(Tag::FilePath))
+            : t.schedule.mail   ? m_display.sendMail(k, *tag)
+                                : m_display.showTag(k, *tag);
+            t.state = Scheduler::Shown;
         }
     }
 
@@ -60,7 +57,7 @@ public:
         for (auto &[k, t] : m_tags) {
             if (t.state != Scheduler::Shown && t.state != Scheduler::Waiting)
                 continue;
-            const ScheduleAnswer a = evaluate(t, now);
+            const ScheduleAnswer a = EvaluateSchedule(t.schedule, now);
             if (a.result == ScheduleResult::NotNow) {
                 if (t.state == Scheduler::Shown && t.schedule.kind >= TagSchedule::Daily &&
                     !m_display.isShown(k))
@@ -73,19 +70,7 @@ public:
             } else if (a.result == ScheduleResult::Due && t.state == Scheduler::Waiting &&
                        !paused) {
                 const TagRecord tag = *m_store.readTag(k);
-                if (t.schedule.mail)
-                    m_display.sendMail(k, tag);
-                else if (t.schedule.openFile)
-                    m_display.openFile(k, tag.text(Tag::FilePath));
-                else {
-                    m_display.showTag(k, tag);
-                    const Alarm alarm = alarmFor(tag, EnvRecord());
-                    if (alarm.kind == Alarm::Sound)
-                        m_display.playSound(alarm.path);
-                    else if (alarm.kind == Alarm::Beep)
-                        m_display.beep();
-                    m_display.startBlink();
-                }
+                t.schedule.mail ? m_display.sendMail(k, tag) : showDue(k, tag);
                 t.state = Scheduler::Shown;
             }
         }
@@ -98,14 +83,13 @@ public:
         if (!tag || tag->stateMark() != QLatin1String(TagRecord::Live))
             return drop(k);
         t.schedule = TagSchedule::fromRecord(*tag);
-        if (evaluate(t, now).result == ScheduleResult::Due) {
+        if (EvaluateSchedule(t.schedule, now).result == ScheduleResult::Due) {
             if (m_display.isShown(k))
                 m_display.showTag(k, *tag);
-            else {
+            else if (t.schedule.mail)
                 t.state = Scheduler::Waiting;
-                if (!t.schedule.mail)
-                    showDue(k, *tag);
-            }
+            else
+                showDue(k, *tag), t.state = Scheduler::Shown;
         } else {
             if (m_display.isShown(k))
                 m_display.takeDown(k);
@@ -124,7 +108,8 @@ public:
     {
         for (auto &[k, t] : m_tags)
             if (t.state != Scheduler::Idle && !m_display.isShown(k) && !t.schedule.openFile &&
-                !t.schedule.mail && evaluate(t, now).result == ScheduleResult::Due) {
+                !t.schedule.mail &&
+                EvaluateSchedule(t.schedule, now).result == ScheduleResult::Due) {
                 m_display.showTag(k, *m_store.readTag(k));
                 t.state = Scheduler::Shown;
             }
@@ -146,9 +131,7 @@ private:
     };
     void showDue(int k, const TagRecord &tag)
     {
-        Entry &t = m_tags[k];
-        t.state = Scheduler::Shown;
-        if (t.schedule.openFile)
+        if (m_tags[k].schedule.openFile)
             return m_display.openFile(k, tag.text(Tag::FilePath));
         m_display.showTag(k, tag);
         const Alarm alarm = alarmFor(tag, EnvRecord());
@@ -157,11 +140,6 @@ private:
         else if (alarm.kind == Alarm::Beep)
             m_display.beep();
         m_display.startBlink();
-    }
-    // Evaluated on its own, with nothing kept between tags.
-    static ScheduleAnswer evaluate(const Entry &t, const QDateTime &now)
-    {
-        return EvaluateSchedule(t.schedule, now);
     }
 
     const TagStore &m_store;
@@ -174,8 +152,139 @@ class TestSchedulerRandom : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void weeksAroundTheClockChanges_data();
-    void weeksAroundTheClockChanges();
+    void weeksAroundTheClockChanges_data()
+    {
+        QTest::addColumn<QDate>("start");
+        QTest::addColumn<quint32>("seed");
+        QTest::newRow("spring") << QDate(2024, 3, 20) << 11u;
+        QTest::newRow("autumn") << QDate(2024, 10, 16) << 12u;
+        QTest::newRow("autumn 2025") << QDate(2025, 10, 15) << 13u;
+        QTest::newRow("spring 2025") << QDate(2025, 3, 19) << 14u;
+    }
+
+    void weeksAroundTheClockChanges()
+    {
+        QFETCH(QDate, start);
+        QFETCH(quint32, seed);
+        m_random.seed(seed);
+        constexpr int Tags = 50;
+        constexpr int Steps = 800;
+
+        QTemporaryDir dir;
+        TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+        QVERIFY(store.writeEnv(EnvRecord()));
+        for (int i = 0; i < Tags; ++i) {
+            TagRecord t = randomTag(start);
+            QVERIFY(store.addTag(t));
+        }
+        ManualClock clock(QDateTime(start, QTime(8, 0), QTimeZone::utc()));
+        ScriptedPrompt prompt;
+        RecordingDisplay real, expected;
+        SchedulerTimer timer;
+        Scheduler scheduler(store, clock, prompt, real, timer);
+        Reference reference(store, expected);
+
+        // True when the scheduler and the reference agree; says where they part.
+        auto agree = [&](const char *what) {
+            std::sort(real.log.begin(), real.log.end());
+            std::sort(expected.log.begin(), expected.log.end());
+            bool same = real.log == expected.log && real.shown == expected.shown;
+            for (int k = 1; k <= Tags; ++k, ++m_checks)
+                if (scheduler.state(k) != reference.state(k)) {
+                    qWarning() << "tag" << k << "state" << scheduler.state(k) << reference.state(k);
+                    same = false;
+                }
+            if (!same)
+                qWarning().noquote() << what << clock.now().toString(Qt::ISODate) << "\n real"
+                                     << real.log << "\n expected" << expected.log;
+            real.log.clear();
+            expected.log.clear();
+            return same;
+        };
+        reference.loadAll(clock.now());
+        scheduler.loadAll();
+        QVERIFY(agree("start"));
+        const qint64 end =
+            QDateTime(start.addDays(35), QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch();
+        for (int step = 0; step < Steps * 20 && clock.now().toMSecsSinceEpoch() < end; ++step) {
+            const qint64 wake = scheduler.wakeAt();
+            QVERIFY(wake > clock.now().toMSecsSinceEpoch());
+            const int roll = pick(100);
+            if (roll >= 12) { // the timer fires
+                clock.set(QDateTime::fromMSecsSinceEpoch(wake, QTimeZone::utc()));
+                scheduler.SchedulerTick();
+                reference.tick(clock.now());
+                QVERIFY(agree("tick"));
+                continue;
+            }
+            // Something happens before the timer fires.
+            const qint64 before = clock.now().toSecsSinceEpoch();
+            clock.set(QDateTime::fromSecsSinceEpoch(
+                before + m_random.bounded(qMax<qint64>(1, wake / 1000 - before)),
+                QTimeZone::utc()));
+            const int k = 1 + pick(Tags);
+            const QDateTime now = clock.now();
+            switch (roll) {
+            case 0:
+            case 1: { // edited
+                TagRecord t = randomTag(now.date());
+                t.setText(Tag::TagNumber, store.readTag(k)->tagNumber());
+                QVERIFY(store.writeTag(k, t));
+                scheduler.tagChanged(k);
+                reference.changed(k, now);
+                break;
+            }
+            case 2: { // into the trash and back
+                TagRecord t = *store.readTag(k);
+                const bool live = t.stateMark() == QLatin1String(TagRecord::Live);
+                t.setStateMark(live ? TagRecord::InTrash : TagRecord::Live);
+                QVERIFY(store.writeTag(k, t));
+                if (live) {
+                    scheduler.dropTag(k);
+                    reference.drop(k);
+                } else {
+                    scheduler.tagChanged(k);
+                    reference.changed(k, now);
+                }
+                break;
+            }
+            case 3:
+            case 4: // the user closes it
+                if (real.isShown(k)) {
+                    scheduler.hideTag(k);
+                    expected.takeDown(k);
+                }
+                break;
+            case 5: // pause and resume
+                reference.paused = !reference.paused;
+                scheduler.setPaused(reference.paused);
+                break;
+            case 6:
+            case 7: { // the clock is set, or the machine slept
+                clock.set(now.addSecs(pick(4) == 0 ? -pick(7200) : pick(3 * 86400)));
+                scheduler.reevaluateAll();
+                reference.tick(clock.now());
+                break;
+            }
+            case 8:
+                scheduler.redisplay();
+                reference.redisplay(now);
+                break;
+            default: { // a restart: windows gone, every tag read again
+                real.shown.clear();
+                expected.shown.clear();
+                reference.loadAll(now); // before the scheduler marks dated mail as sent
+                scheduler.loadAll();
+                reference.paused = false;
+                scheduler.setPaused(false);
+                break;
+            }
+            }
+            QVERIFY(agree("event"));
+        }
+        qInfo("%lld checks so far (%s)", m_checks,
+              qPrintable(QString::fromLocal8Bit(qgetenv("TZ"))));
+    }
 
 private:
     TagRecord randomTag(const QDate &around);
@@ -217,143 +326,6 @@ TagRecord TestSchedulerRandom::randomTag(const QDate &around)
     for (int i = 1; i < 6; ++i)
         t.setByte(Tag::WeekOfMonthFlags, pick(2), i);
     return t;
-}
-
-void TestSchedulerRandom::weeksAroundTheClockChanges_data()
-{
-    QTest::addColumn<QDate>("start");
-    QTest::addColumn<quint32>("seed");
-    QTest::newRow("spring") << QDate(2024, 3, 20) << 11u;
-    QTest::newRow("autumn") << QDate(2024, 10, 16) << 12u;
-    QTest::newRow("autumn 2025") << QDate(2025, 10, 15) << 13u;
-    QTest::newRow("spring 2025") << QDate(2025, 3, 19) << 14u;
-}
-
-void TestSchedulerRandom::weeksAroundTheClockChanges()
-{
-    QFETCH(QDate, start);
-    QFETCH(quint32, seed);
-    m_random.seed(seed);
-    constexpr int Tags = 50;
-    constexpr int Steps = 800;
-
-    QTemporaryDir dir;
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(store.writeEnv(EnvRecord()));
-    for (int i = 0; i < Tags; ++i) {
-        TagRecord t = randomTag(start);
-        QVERIFY(store.addTag(t));
-    }
-    ManualClock clock(QDateTime(start, QTime(8, 0), QTimeZone::utc()));
-    ScriptedPrompt prompt;
-    RecordingDisplay real, expected;
-    SchedulerTimer timer;
-    Scheduler scheduler(store, clock, prompt, real, timer);
-    Reference reference(store, expected);
-
-    // True when the scheduler and the reference agree; says where they part.
-    auto agree = [&](const char *what) {
-        std::sort(real.log.begin(), real.log.end());
-        std::sort(expected.log.begin(), expected.log.end());
-        bool same = real.log == expected.log && real.shown == expected.shown;
-        for (int k = 1; k <= Tags; ++k, ++m_checks)
-            if (scheduler.state(k) != reference.state(k)) {
-                qWarning().noquote()
-                    << "tag" << k << "state" << scheduler.state(k) << "expected"
-                    << reference.state(k) << store.readTag(k)->text(Tag::FilePath)
-                    << describeSchedule(TagSchedule::fromRecord(*store.readTag(k)), false, false)
-                    << "file/mail" << store.readTag(k)->byte(Tag::OpenFileFlag)
-                    << store.readTag(k)->byte(Tag::MailFlag);
-                same = false;
-            }
-        if (!same)
-            qWarning().noquote() << what << clock.now().toString(Qt::ISODate) << "\n real"
-                                 << real.log << "\n expected" << expected.log;
-        real.log.clear();
-        expected.log.clear();
-        return same;
-    };
-    reference.loadAll(clock.now());
-    scheduler.loadAll();
-    QVERIFY(agree("start"));
-    const qint64 end =
-        QDateTime(start.addDays(35), QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch();
-    for (int step = 0; step < Steps * 20 && clock.now().toMSecsSinceEpoch() < end; ++step) {
-        const qint64 wake = scheduler.wakeAt();
-        QVERIFY(wake > clock.now().toMSecsSinceEpoch());
-        const int roll = pick(100);
-        if (roll >= 12) { // the timer fires
-            clock.set(QDateTime::fromMSecsSinceEpoch(wake, QTimeZone::utc()));
-            scheduler.SchedulerTick();
-            reference.tick(clock.now());
-            QVERIFY(agree("tick"));
-            continue;
-        }
-        // Something happens before the timer fires.
-        const qint64 before = clock.now().toSecsSinceEpoch();
-        clock.set(QDateTime::fromSecsSinceEpoch(
-            before + m_random.bounded(qMax<qint64>(1, wake / 1000 - before)), QTimeZone::utc()));
-        const int k = 1 + pick(Tags);
-        const QDateTime now = clock.now();
-        switch (roll) {
-        case 0:
-        case 1: { // edited
-            TagRecord t = randomTag(now.date());
-            t.setText(Tag::TagNumber, store.readTag(k)->tagNumber());
-            QVERIFY(store.writeTag(k, t));
-            scheduler.tagChanged(k);
-            reference.changed(k, now);
-            break;
-        }
-        case 2: { // into the trash and back
-            TagRecord t = *store.readTag(k);
-            const bool live = t.stateMark() == QLatin1String(TagRecord::Live);
-            t.setStateMark(live ? TagRecord::InTrash : TagRecord::Live);
-            QVERIFY(store.writeTag(k, t));
-            if (live) {
-                scheduler.dropTag(k);
-                reference.drop(k);
-            } else {
-                scheduler.tagChanged(k);
-                reference.changed(k, now);
-            }
-            break;
-        }
-        case 3:
-        case 4: // the user closes it
-            if (real.isShown(k)) {
-                scheduler.hideTag(k);
-                expected.takeDown(k);
-            }
-            break;
-        case 5: // pause and resume
-            reference.paused = !reference.paused;
-            scheduler.setPaused(reference.paused);
-            break;
-        case 6:
-        case 7: { // the clock is set, or the machine slept
-            clock.set(now.addSecs(pick(4) == 0 ? -pick(7200) : pick(3 * 86400)));
-            scheduler.reevaluateAll();
-            reference.tick(clock.now());
-            break;
-        }
-        case 8:
-            scheduler.redisplay();
-            reference.redisplay(now);
-            break;
-        default: { // a restart: windows gone, every tag read again
-            real.shown.clear();
-            expected.shown.clear();
-            reference.loadAll(now); // before the scheduler marks dated mail as sent
-            scheduler.loadAll();
-            reference.paused = false;
-            scheduler.setPaused(false);
-            break;
-        }
-        }
-        QVERIFY(agree("event"));
-    }
-    qInfo("%lld checks so far (%s)", m_checks, qPrintable(QString::fromLocal8Bit(qgetenv("TZ"))));
 }
 
 QTEST_GUILESS_MAIN(TestSchedulerRandom)
