@@ -7,15 +7,18 @@ class Prompt;
 // Result codes of opening a file, in the vocabulary of ShellExecute: below 32 is
 // a failure, 32 or more is success. Linux maps what it finds onto these.
 namespace OpenCode {
-constexpr int FileNotFound = 2;
-constexpr int AccessDenied = 5;
-constexpr int SharingViolation = 26;
-constexpr int AssociationIncomplete = 27;
-constexpr int DdeTimeout = 28;
-constexpr int DdeFailed = 29;
-constexpr int DdeBusy = 30;
-constexpr int NoAssociation = 31;
-constexpr int Opened = 42;
+enum : int
+{
+    FileNotFound = 2,
+    AccessDenied = 5,
+    SharingViolation = 26,
+    AssociationIncomplete = 27,
+    DdeTimeout = 28,
+    DdeFailed = 29,
+    DdeBusy = 30,
+    NoAssociation = 31,
+    Opened = 42,
+};
 } // namespace OpenCode
 
 // Message for a failure code below 32 (empty for success).

@@ -7,6 +7,7 @@
 #include "tagrecord.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -113,23 +114,24 @@ QStringList numbered(int first, int last, const QString &unit)
 
 } // namespace
 
+// The look's on/off switches and the byte field each is kept in.
+constexpr std::pair<bool TagLook::*, int> LookFlags[] = {
+    {&TagLook::bold, Tag::FontBold},           {&TagLook::italic, Tag::FontItalic},
+    {&TagLook::underline, Tag::FontUnderline}, {&TagLook::strikeout, Tag::FontStrikeout},
+    {&TagLook::look3d, Tag::Look3D},           {&TagLook::frame, Tag::Frame},
+    {&TagLook::frameM, Tag::FrameM},           {&TagLook::transparent, Tag::Transparent},
+    {&TagLook::topMost, Tag::TopMost},         {&TagLook::blink, Tag::Blink},
+};
+
 TagLook TagLook::fromRecord(const TagRecord &r)
 {
     TagLook l;
     l.fontName = r.text(Tag::FontName);
     l.fontSize = r.byte(Tag::FontSize);
-    l.bold = r.byte(Tag::FontBold) != 0;
-    l.italic = r.byte(Tag::FontItalic) != 0;
-    l.underline = r.byte(Tag::FontUnderline) != 0;
-    l.strikeout = r.byte(Tag::FontStrikeout) != 0;
     l.foreColor = r.longValue(Tag::ForeColor);
     l.backColor = r.longValue(Tag::BackColor);
-    l.look3d = r.byte(Tag::Look3D) != 0;
-    l.frame = r.byte(Tag::Frame) != 0;
-    l.frameM = r.byte(Tag::FrameM) != 0;
-    l.transparent = r.byte(Tag::Transparent) != 0;
-    l.topMost = r.byte(Tag::TopMost) != 0;
-    l.blink = r.byte(Tag::Blink) != 0;
+    for (const auto &[flag, field] : LookFlags)
+        l.*flag = r.byte(field) != 0;
     return l;
 }
 
@@ -137,18 +139,10 @@ void TagLook::applyTo(TagRecord &r) const
 {
     r.setText(Tag::FontName, fontName);
     r.setByte(Tag::FontSize, qBound(0, fontSize, 255));
-    r.setByte(Tag::FontBold, bold);
-    r.setByte(Tag::FontItalic, italic);
-    r.setByte(Tag::FontUnderline, underline);
-    r.setByte(Tag::FontStrikeout, strikeout);
     r.setLong(Tag::ForeColor, foreColor);
     r.setLong(Tag::BackColor, backColor);
-    r.setByte(Tag::Look3D, look3d);
-    r.setByte(Tag::Frame, frame);
-    r.setByte(Tag::FrameM, frameM);
-    r.setByte(Tag::Transparent, transparent);
-    r.setByte(Tag::TopMost, topMost);
-    r.setByte(Tag::Blink, blink);
+    for (const auto &[flag, field] : LookFlags)
+        r.setByte(field, this->*flag);
 }
 
 TagEntryInput fromRecord(const TagRecord &r)
