@@ -6,12 +6,14 @@
 #include "sysdesk.h"
 #include "tagmain.h"
 #include "tagstore.h"
+#include "trayattach.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>
@@ -20,12 +22,14 @@
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
 
-// Real grabs on a real X server (Xvfb), keys pressed with xdotool.
+using namespace Qt::StringLiterals;
+
+// Real grabs on a real X server (Xvfb) without a tray, keys pressed with xdotool;
+// Debian's trayer as the tray host that turns up late.
 namespace {
 bool press(const char *keys)
 {
-    return QProcess::execute(QStringLiteral("xdotool"),
-                             {QStringLiteral("key"), QString::fromLatin1(keys)}) == 0;
+    return QProcess::execute(u"xdotool"_s, {u"key"_s, QString::fromLatin1(keys)}) == 0;
 }
 
 // Another X client, holding a grab of its own.
@@ -68,6 +72,7 @@ private Q_SLOTS:
     void pressedKeyTriggers();
     void hotkeysOfRecordOne();
     void activeWindowToClipboard();
+    void iconArrivesWhenTheTrayDoes();
 
 private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 0))};
@@ -77,7 +82,7 @@ void TestHotkeysX11::initTestCase()
 {
     if (QGuiApplication::platformName() != u"xcb")
         QSKIP("needs an X server (scripts/test runs this under xvfb-run)");
-    if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+    if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
         QSKIP("xdotool is not installed (scripts/deps installs it)");
 }
 
@@ -126,7 +131,7 @@ void TestHotkeysX11::hotkeysOfRecordOne()
     QCOMPARE(prompt.shown, QStringList{HotkeyPlan::startUpConflictText(6)});
     for (int n = 1; n <= HotkeyPlan::Count; ++n)
         QCOMPARE(main.sys()->hotkeys().isRegistered(n), n != 6);
-    const QString text = QStringLiteral("クリップボードから\n二行目");
+    const QString text = u"クリップボードから\n二行目"_s;
     QGuiApplication::clipboard()->setText(text);
     QVERIFY(press("ctrl+shift+F12"));
     QTRY_COMPARE(main.display()->shownTags().size(), 1);
@@ -168,6 +173,32 @@ void TestHotkeysX11::activeWindowToClipboard()
     QCOMPARE(image.pixelColor(image.width() / 2, image.height() / 2), QColor(200, 30, 40));
     xcb_delete_property(conn, root, active);
     xcb_flush(conn);
+}
+
+void TestHotkeysX11::iconArrivesWhenTheTrayDoes()
+{
+    const QString trayer = QStandardPaths::findExecutable(u"trayer"_s);
+    if (trayer.isEmpty())
+        QSKIP("trayer is not installed");
+    QVERIFY2(!QSystemTrayIcon::isSystemTrayAvailable(), "this display already has a tray");
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    SystemClock clock;
+    TagMain main(dir.path(), prompt, clock);
+    QVERIFY(main.start());
+    QVERIFY(main.trayAttach()->isRetrying());
+    main.trayAttach()->setIntervalMs(200);
+    QProcess host;
+    host.start(trayer, {u"--edge"_s, u"top"_s});
+    QVERIFY(host.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(!main.trayAttach()->isRetrying(), 15000);
+    QVERIFY(QSystemTrayIcon::isSystemTrayAvailable());
+    QVERIFY(main.trayIcon()->isVisible());
+    QVERIFY(prompt.shown.isEmpty());
+    main.shutdown();
+    QVERIFY(main.trayIcon() == nullptr);
+    host.terminate();
+    host.waitForFinished();
 }
 
 QTEST_MAIN(TestHotkeysX11)

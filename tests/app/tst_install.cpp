@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 // cmake --install into a temporary prefix, then the installed programs run.
 namespace {
 QString run(const QString &program, const QStringList &args, const QProcessEnvironment &env,
@@ -43,12 +45,12 @@ private:
 void TestInstall::initTestCase()
 {
     int status = 0;
-    const QString out = run(QStringLiteral(CMAKE_COMMAND),
-                            {QStringLiteral("--install"), QStringLiteral(PINBOARD_BUILD_DIR),
-                             QStringLiteral("--prefix"), m_prefix.path()},
-                            m_env, &status);
+    const QString out =
+        run(QStringLiteral(CMAKE_COMMAND),
+            {u"--install"_s, QStringLiteral(PINBOARD_BUILD_DIR), u"--prefix"_s, m_prefix.path()},
+            m_env, &status);
     QVERIFY2(status == 0, qPrintable(out));
-    m_env.remove(QStringLiteral("PINBOARD_DATA"));
+    m_env.remove(u"PINBOARD_DATA"_s);
 }
 
 void TestInstall::installsEveryPart()
@@ -67,21 +69,19 @@ void TestInstall::installsEveryPart()
 void TestInstall::helpOfBothPrograms()
 {
     QProcessEnvironment env = m_env;
-    env.remove(QStringLiteral("DISPLAY")); // --help needs no display
-    for (const QString &name : {QStringLiteral("pinboard"), QStringLiteral("pinboard-cli")}) {
+    env.remove(u"DISPLAY"_s); // --help needs no display
+    for (const QString &name : {u"pinboard"_s, u"pinboard-cli"_s}) {
         int status = 1;
-        const QString help =
-            run(installed(QStringLiteral("bin/") + name), {QStringLiteral("--help")}, env, &status);
+        const QString help = run(installed(u"bin/"_s + name), {u"--help"_s}, env, &status);
         QCOMPARE(status, 0);
-        QVERIFY(help.startsWith(QStringLiteral("NAME\n    ") + name + QStringLiteral(" - ")));
-        QVERIFY(help.contains(QStringLiteral("PINBOARD_DATA")));
-        QFile man(installed(QStringLiteral("share/man/man1/") + name + QStringLiteral(".1")));
+        QVERIFY(help.startsWith(u"NAME\n    "_s + name + u" - "_s));
+        QVERIFY(help.contains(u"PINBOARD_DATA"_s));
+        QFile man(installed(u"share/man/man1/"_s + name + u".1"_s));
         QVERIFY(man.open(QIODevice::ReadOnly));
         // Every line of the help is on the page as it stands.
-        const QString page =
-            QString::fromUtf8(man.readAll()).replace(QStringLiteral("\\e"), QStringLiteral("\\"));
-        QVERIFY(page.startsWith(QStringLiteral(".TH ")));
-        QVERIFY(page.contains(QStringLiteral("\n.SH SYNOPSIS\n")));
+        const QString page = QString::fromUtf8(man.readAll()).replace(u"\\e"_s, u"\\"_s);
+        QVERIFY(page.startsWith(u".TH "_s));
+        QVERIFY(page.contains(u"\n.SH SYNOPSIS\n"_s));
         for (const QString &line : help.split(u'\n'))
             QVERIFY2(page.contains(line.trimmed()), qPrintable(line));
     }
@@ -94,22 +94,21 @@ void TestInstall::installedProgramRunsOnItsData()
     QVERIFY(prepareFileSet(files).ok);
     QVERIFY(createDataFile(files.dt1, EnvRecord().bytes())); // not a first run: no questions
     QProcessEnvironment env = m_env;
-    env.insert(QStringLiteral("PINBOARD_DATA"), data.path());
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(u"PINBOARD_DATA"_s, data.path());
+    env.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     QProcess app;
     app.setProcessEnvironment(env);
     app.setProcessChannelMode(QProcess::ForwardedChannels);
-    app.start(installed(QStringLiteral("bin/pinboard")), {});
+    app.start(installed(u"bin/pinboard"_s), {});
     QVERIFY(app.waitForStarted());
     // Running: it holds its data folder's lock.
     QTRY_VERIFY_WITH_TIMEOUT(!SingleInstance(data.path()).tryAcquire(), 15000);
     QCOMPARE(app.state(), QProcess::Running);
     // The installed tool finds the same folder through PINBOARD_DATA.
     int status = 1;
-    const QString dump =
-        run(installed(QStringLiteral("bin/pinboard-cli")), {QStringLiteral("dump")}, env, &status);
+    const QString dump = run(installed(u"bin/pinboard-cli"_s), {u"dump"_s}, env, &status);
     QCOMPARE(status, 0);
-    QVERIFY(QJsonDocument::fromJson(dump.toUtf8()).object().contains(QStringLiteral("env")));
+    QVERIFY(QJsonDocument::fromJson(dump.toUtf8()).object().contains(u"env"_s));
     app.terminate();
     QVERIFY(app.waitForFinished(10000));
     QCOMPARE(app.exitStatus(), QProcess::NormalExit);

@@ -47,8 +47,10 @@ QStringList execArgs(const QString &entry)
     }
     if (any || !cur.isEmpty())
         args << cur;
+    // "%%" is a percent sign; any other % starts a field code the desktop expands.
     for (QString &a : args)
-        a.replace(u"%%"_s, u"%"_s);
+        a = QString(a).remove(u"%%"_s).contains(u'%') ? u"<field code>"_s
+                                                      : a.replace(u"%%"_s, u"%"_s);
     return args;
 }
 } // namespace

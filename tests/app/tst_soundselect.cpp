@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 constexpr int SoundAt = 1273, SoundLength = 298, ChoiceAt = 1572;
 
@@ -23,10 +25,10 @@ struct Fixture : TempStore
     Fixture()
     {
         EnvRecord env;
-        env.setText(Env::ArrivalSound, QStringLiteral("/snd/old.mid"));
+        env.setText(Env::ArrivalSound, u"/snd/old.mid"_s);
         env.setInteger(Env::ArrivalSoundChoice, 1);
         QVERIFY(store.writeEnv(env));
-        player.mci().setAudioDriver(QStringLiteral("file"), path(QStringLiteral("o.raw")));
+        player.mci().setAudioDriver(u"file"_s, path(u"o.raw"_s));
     }
     void click(SoundSelect &dialog, const QString &names)
     {
@@ -54,17 +56,12 @@ void TestSoundSelect::entryStoresTheChoice_data()
     QTest::addColumn<bool>("written");
     QTest::addColumn<QString>("stored");
     QTest::addColumn<int>("choice");
-    const QString old = QStringLiteral("/snd/old.mid"),
-                  entry = QStringLiteral("cmd_Sound cmd_Entry");
-    QTest::newRow("chosen") << QStringLiteral("/snd/Alarm.WAV") << entry << true
-                            << QStringLiteral("/snd/Alarm.WAV") << 1;
-    QTest::newRow("japanese") << QStringLiteral("/音/到着ｵﾝ.mid") << entry << true
-                              << QStringLiteral("/音/到着ｵﾝ.mid") << 1;
-    QTest::newRow("deleted") << QString() << QStringLiteral("cmd_DelSound cmd_Entry") << true
-                             << QString() << 0;
+    const QString old = u"/snd/old.mid"_s, entry = u"cmd_Sound cmd_Entry"_s;
+    QTest::newRow("chosen") << u"/snd/Alarm.WAV"_s << entry << true << u"/snd/Alarm.WAV"_s << 1;
+    QTest::newRow("japanese") << u"/音/到着ｵﾝ.mid"_s << entry << true << u"/音/到着ｵﾝ.mid"_s << 1;
+    QTest::newRow("deleted") << QString() << u"cmd_DelSound cmd_Entry"_s << true << QString() << 0;
     QTest::newRow("dialog cancelled") << QString() << entry << true << old << 1;
-    QTest::newRow("cancel") << QStringLiteral("/snd/new.mid")
-                            << QStringLiteral("cmd_Sound cmd_Cancel") << false << old << 1;
+    QTest::newRow("cancel") << u"/snd/new.mid"_s << u"cmd_Sound cmd_Cancel"_s << false << old << 1;
 }
 
 void TestSoundSelect::entryStoresTheChoice()
@@ -78,8 +75,7 @@ void TestSoundSelect::entryStoresTheChoice()
     const QByteArray before = fileBytes(f.store.file().path());
     SoundSelect dialog(f.settings(), f.player, f.prompt);
     dialog.setFileChooser([&] { return chosen; });
-    QCOMPARE(dialog.findChild<QLineEdit *>(QStringLiteral("txt_Sound"))->text(),
-             QStringLiteral("/snd/old.mid"));
+    QCOMPARE(dialog.findChild<QLineEdit *>(u"txt_Sound"_s)->text(), u"/snd/old.mid"_s);
     f.click(dialog, clicks);
     // Only the two fields change, and only on cmd_Entry.
     QByteArray expected = before;
@@ -110,12 +106,12 @@ void TestSoundSelect::replayAndClose()
     QFETCH(QByteArray, bytes);
     QFETCH(QStringList, shown);
     Fixture f;
-    const QString path = f.path(QStringLiteral("tune.mid"));
+    const QString path = f.path(u"tune.mid"_s);
     QVERIFY(writeFile(path, bytes));
     SoundSelect dialog(f.settings(), f.player, f.prompt);
     dialog.setFileChooser([&] { return path; });
     dialog.show();
-    f.click(dialog, QStringLiteral("cmd_Sound cmd_Replay"));
+    f.click(dialog, u"cmd_Sound cmd_Replay"_s);
     QCOMPARE(f.player.midiPlaying(), shown.isEmpty());
     QCOMPARE(f.player.mci().isPlaying(), shown.isEmpty());
     dialog.close();
@@ -131,13 +127,13 @@ void TestSoundSelect::fileDialogFilters()
     for (const char *name : {"a.wav", "B.MID", "c.Mid", "d.txt", "e.midi"})
         QVERIFY(writeFile(folder.filePath(QLatin1String(name)), "x"));
     const auto dialog = SoundSelect::createFileDialog();
-    auto *types = dialog->findChild<QComboBox *>(QStringLiteral("fileTypeCombo"));
+    auto *types = dialog->findChild<QComboBox *>(u"fileTypeCombo"_s);
     QVERIFY(types && types->count() == 2);
-    QCOMPARE(types->itemText(0), QStringLiteral("音源形式(*.WAV;MID)"));
-    QCOMPARE(types->itemText(1), QStringLiteral("すべてのファイル(*.*)"));
+    QCOMPARE(types->itemText(0), u"音源形式(*.WAV;MID)"_s);
+    QCOMPARE(types->itemText(1), u"すべてのファイル(*.*)"_s);
     dialog->setDirectory(folder);
     dialog->show();
-    auto *list = dialog->findChild<QListView *>(QStringLiteral("listView"));
+    auto *list = dialog->findChild<QListView *>(u"listView"_s);
     QVERIFY(list);
     const auto shownNames = [list] {
         QStringList names;
@@ -146,9 +142,9 @@ void TestSoundSelect::fileDialogFilters()
         names.sort();
         return names.join(u' ');
     };
-    QTRY_COMPARE(shownNames(), QStringLiteral("B.MID a.wav c.Mid"));
+    QTRY_COMPARE(shownNames(), u"B.MID a.wav c.Mid"_s);
     dialog->selectNameFilter(dialog->nameFilters().at(1));
-    QTRY_COMPARE(shownNames(), QStringLiteral("B.MID a.wav c.Mid d.txt e.midi"));
+    QTRY_COMPARE(shownNames(), u"B.MID a.wav c.Mid d.txt e.midi"_s);
 }
 
 QTEST_MAIN(TestSoundSelect)

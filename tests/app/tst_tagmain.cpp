@@ -4,6 +4,7 @@
 #include "mailsettingsfile.h"
 #include "mainmenu.h"
 #include "manualclock.h"
+#include "messageboxprompt.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "settings.h"
@@ -19,15 +20,19 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
+#include <QTimer>
 #include <ctime>
 
 using namespace Qt::StringLiterals;
+using Action = TrayMessages::Action;
+Q_DECLARE_METATYPE(TrayMessages::Action)
 
 namespace {
 QDateTime utc(int y, int m, int d, int h, int min = 0, int s = 0)
@@ -69,6 +74,10 @@ private Q_SLOTS:
     void contentMailKeepsTheChoiceUntilSent();
     void trayRetries_data();
     void trayRetries();
+    void trayMessages_data();
+    void trayMessages();
+    void trayTipsRotate();
+    void questionDefaults();
 
 private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
@@ -370,6 +379,62 @@ void TestTagMain::trayRetries()
     QCOMPARE(prompt.titles, QStringList(answers.size(), u"実行確認"_s));
     QCOMPARE(tries, succeedOnTry ? succeedOnTry : 1 + 30 * int(answers.size()));
     QVERIFY(!tray.isRetrying());
+}
+
+void TestTagMain::trayMessages_data()
+{
+    QTest::addColumn<int>("message");
+    QTest::addColumn<bool>("shift");
+    QTest::addColumn<Action>("action");
+    QTest::newRow("move") << 0x200 << false << Action::ShowTip;
+    QTest::newRow("left down") << 0x201 << false << Action::None;
+    QTest::newRow("left up") << 0x202 << false << Action::RaiseTags;
+    QTest::newRow("shift left up") << 0x202 << true << Action::ScreenCopy;
+    QTest::newRow("double-click") << 0x203 << false << Action::NewTag;
+    QTest::newRow("right down") << 0x204 << false << Action::OpenMenu;
+    QTest::newRow("right up is ignored") << 0x205 << false << Action::None;
+    QTest::newRow("below the range") << 0x1FF << false << Action::None;
+}
+
+void TestTagMain::trayMessages()
+{
+    QFETCH(int, message);
+    QFETCH(bool, shift);
+    QFETCH(Action, action);
+    TrayMessages tray;
+    QCOMPARE(tray.decode(message, shift), action);
+    if (action != Action::ShowTip)
+        QCOMPARE(tray.tooltipIndex(), 0);
+}
+
+void TestTagMain::trayTipsRotate()
+{
+    const QStringList lines{u"ﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"_s, u"右ｸﾘｯｸで設定ﾒﾆｭｰ表示"_s,
+                            u"左ｸﾘｯｸで付箋を前面に表示"_s}; // no screen copy to advertise
+    TrayMessages tray;
+    for (int i = 0; i < 6; ++i) {
+        tray.decode(TrayMessages::MouseMove, false);
+        QCOMPARE(tray.currentTip(), u"DeskTop Pin Board\r\n"_s + lines[i % 3]);
+        tray.decode(TrayMessages::LeftUp, false); // clicks do not move the rotation
+    }
+}
+
+// Enter on a message box takes its default button: No when Yes would lose something.
+void TestTagMain::questionDefaults()
+{
+    for (const bool destructive : {false, true}) {
+        MessageBoxPrompt prompt;
+        bool answered = false;
+        QTimer::singleShot(0, this, [&] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            QTest::keyClick(box, Qt::Key_Return);
+            answered = true;
+        });
+        const QString text = u"削除します。よろしいですか？"_s;
+        QCOMPARE(destructive ? prompt.askDestructive(text) : prompt.ask(text), !destructive);
+        QVERIFY(answered);
+    }
 }
 
 QTEST_MAIN(TestTagMain)

@@ -18,6 +18,8 @@
 #include <QTest>
 #include <QTimeZone>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 const QColor Magenta(255, 0, 255);
 
@@ -30,7 +32,7 @@ QColor onScreen(const QPoint &p)
 TagRecord scheduledTag(const QPoint &at)
 {
     TagRecord t;
-    t.setMessage(QStringLiteral("会議"));
+    t.setMessage(u"会議"_s);
     t.setByte(Tag::ScheduleKind, 1);
     t.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
     t.setLong(Tag::BackColor, 0xFF00FF);
@@ -72,7 +74,7 @@ void TestWmDesktop::initTestCase()
 {
     if (QGuiApplication::platformName() != QLatin1String("xcb"))
         QSKIP("needs the xcb platform on an X server");
-    if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+    if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
         QSKIP("xdotool is not installed");
 }
 
@@ -80,7 +82,7 @@ void TestWmDesktop::initTestCase()
 void TestWmDesktop::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
-    TagStore store(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
+    TagStore store(m_dir->filePath(u"Pinboard.dt1"_s));
     QVERIFY(store.writeEnv(EnvRecord()));
     TagRecord tag = scheduledTag(QPoint(100, 100));
     QVERIFY(store.addTag(tag));
@@ -94,9 +96,8 @@ void TestWmDesktop::movedTagIsStored()
     TagWindow *w = m_main->display()->window(1);
     QTRY_COMPARE(w->pos(), QPoint(100, 100));
     // The window manager says where a window ended up only once it is there.
-    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
-                               {QStringLiteral("windowmove"), QString::number(w->winId()),
-                                QStringLiteral("330"), QStringLiteral("240")}),
+    QCOMPARE(QProcess::execute(u"xdotool"_s,
+                               {u"windowmove"_s, QString::number(w->winId()), u"330"_s, u"240"_s}),
              0);
     QTRY_COMPARE(w->pos(), QPoint(330, 240));
     QTRY_COMPARE(m_main->store().readTag(1)->longValue(Tag::PosX), 330);
@@ -123,7 +124,7 @@ void TestWmDesktop::dialogsStayAboveTopMostTags()
     editor->close();
     QTRY_COMPARE(onScreen(inside), Magenta);
     // A message box is one of the program's windows as well.
-    QMessageBox box(QMessageBox::Information, QStringLiteral("Pinboard"), QStringLiteral("確認"));
+    QMessageBox box(QMessageBox::Information, u"Pinboard"_s, u"確認"_s);
     box.show();
     box.move(inside - QPoint(box.width() / 2, box.height() / 2));
     QVERIFY(QTest::qWaitForWindowExposed(&box));
@@ -143,8 +144,8 @@ void TestWmDesktop::editorFromTheTrayTakesTheKeyboard()
     TagEntry *editor = topLevel<TagEntry>();
     QVERIFY(editor);
     QTRY_VERIFY(editor->isActiveWindow());
-    QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("txt_Message"));
-    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("memo"));
+    QCOMPARE(QApplication::focusWidget()->objectName(), u"txt_Message"_s);
+    QTest::keyClicks(QApplication::focusWidget(), u"memo"_s);
     QVERIFY(editor->isChanged());
 }
 

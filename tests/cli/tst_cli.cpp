@@ -16,6 +16,8 @@
 #include <QtTest>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 struct Run
 {
@@ -52,7 +54,7 @@ void sampleStore(const QString &dir)
 {
     const TagStore store(dt1Of(dir));
     EnvRecord env;
-    env.setText(Env::UserName, QStringLiteral("佐藤"));
+    env.setText(Env::UserName, u"佐藤"_s);
     env.setBroadcastAddress(3, 0xC0A801FF);
     env.setInteger(Env::ChatLeft, -300);
     QVERIFY(store.writeEnv(env));
@@ -62,23 +64,23 @@ void sampleStore(const QString &dir)
         tweak(tag);
         QVERIFY(store.addTag(tag));
     };
-    add(QStringLiteral("明日の会議は１０時から\n資料を忘れずに"), [](TagRecord &t) {
-        t.setText(Tag::FontName, QStringLiteral("ＭＳ ゴシック"));
-        t.setText(Tag::FilePath, QStringLiteral("C:\\メモ\\予定.txt"));
+    add(u"明日の会議は１０時から\n資料を忘れずに"_s, [](TagRecord &t) {
+        t.setText(Tag::FontName, u"ＭＳ ゴシック"_s);
+        t.setText(Tag::FilePath, u"C:\\メモ\\予定.txt"_s);
         t.setDate(Tag::DisplayDateTime, at(2024, 3, 15, 9, 30, 5));
         t.setByte(Tag::WeekdayFlags, 1, 4);
         t.setLong(Tag::PosX, -120);
         t.setLong(Tag::ForeColor, 0xFF00FF);
     });
-    add(QStringLiteral("～①②Ⅲ㈱"), [](TagRecord &) {});
+    add(u"～①②Ⅲ㈱"_s, [](TagRecord &) {});
     add(QString(), [](TagRecord &t) {
         // Bytes no text form gives back: a code CP932 leaves unassigned, a NUL mid-field.
         t.setMessageBytes(QByteArray("a\x85\x40"
                                      "b"));
         t.setRaw(Tag::SenderName, QByteArray("ab\0cd", 5).leftJustified(32, ' '));
     });
-    add(QStringLiteral("ゴミ箱"), [](TagRecord &t) { t.setStateMark(TagRecord::InTrash); });
-    add(QStringLiteral("消えた"), [](TagRecord &) {});
+    add(u"ゴミ箱"_s, [](TagRecord &t) { t.setStateMark(TagRecord::InTrash); });
+    add(u"消えた"_s, [](TagRecord &) {});
     add(QString(16154, u'あ') + u'a', [](TagRecord &t) {
         t.setDate(Tag::DisplayDateTime, at(1899, 12, 29, 6));
         t.setDate(Tag::EraseDateTime, OleDate::clearedDate());
@@ -128,7 +130,7 @@ void TestCli::roundTrip()
 {
     QTemporaryDir a, b, scratch;
     sampleStore(a.path());
-    const Run first = runCli({QStringLiteral("dump"), a.path()});
+    const Run first = runCli({u"dump"_s, a.path()});
     QCOMPARE(first.status, 0);
     QVERIFY(first.err.isEmpty());
     const QJsonObject env = QJsonDocument::fromJson(first.out)[QLatin1String("env")].toObject();
@@ -136,28 +138,26 @@ void TestCli::roundTrip()
     for (const FieldDef &f : EnvRecord::fields())
         named += f.type != FieldType::Pad;
     QCOMPARE(env.size(), named);
-    QCOMPARE(env.value(QLatin1String("UserName")).toString(), QStringLiteral("佐藤"));
+    QCOMPARE(env.value(QLatin1String("UserName")).toString(), u"佐藤"_s);
     const QJsonArray tags = tagsOf(first.out);
     QCOMPARE(tags.size(), 6);
     for (int i = 0; i < 6; ++i)
         QCOMPARE(tags[i][QLatin1String("record")].toInt(), i + 2);
     auto member = [&](int i, const char *name) { return tags[i][QLatin1String(name)]; };
-    QCOMPARE(member(0, "MessageText").toString(),
-             QStringLiteral("明日の会議は１０時から\n資料を忘れずに"));
-    QCOMPARE(member(0, "DisplayDateTime").toString(), QStringLiteral("2024/03/15 09:30:05"));
-    QCOMPARE(member(1, "MessageText").toString(), QStringLiteral("～①②Ⅲ㈱"));
-    QCOMPARE(member(3, "StateMark").toString(), QStringLiteral("D"));
-    QCOMPARE(member(2, "MessageText")[QLatin1String("bytes")].toString(),
-             QStringLiteral("61854062"));
+    QCOMPARE(member(0, "MessageText").toString(), u"明日の会議は１０時から\n資料を忘れずに"_s);
+    QCOMPARE(member(0, "DisplayDateTime").toString(), u"2024/03/15 09:30:05"_s);
+    QCOMPARE(member(1, "MessageText").toString(), u"～①②Ⅲ㈱"_s);
+    QCOMPARE(member(3, "StateMark").toString(), u"D"_s);
+    QCOMPARE(member(2, "MessageText")[QLatin1String("bytes")].toString(), u"61854062"_s);
     QVERIFY(member(2, "SenderName").isObject());
-    QCOMPARE(member(5, "DisplayDateTime").toString(), QStringLiteral("1899/12/29 06:00:00"));
+    QCOMPARE(member(5, "DisplayDateTime").toString(), u"1899/12/29 06:00:00"_s);
 
-    const QString json = scratch.filePath(QStringLiteral("a.json"));
+    const QString json = scratch.filePath(u"a.json"_s);
     QVERIFY(writeFile(json, first.out));
-    const Run load = runCli({QStringLiteral("load"), b.path(), json});
+    const Run load = runCli({u"load"_s, b.path(), json});
     QCOMPARE(load.err, QByteArray());
     QCOMPARE(load.status, 0);
-    const Run second = runCli({QStringLiteral("dump"), b.path()});
+    const Run second = runCli({u"dump"_s, b.path()});
     QCOMPARE(second.status, 0);
     QCOMPARE(second.out, first.out);
     // Byte for byte: record 1 whole, each tag as far as its record goes.
@@ -176,8 +176,8 @@ void TestCli::badInput_data()
     QTest::addColumn<QByteArray>("dt1");   // null: no data file
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QString>("word");
-    const QByteArray one = envImage(1, {tagBytes(QStringLiteral("keep me"))});
-    const QString load = QStringLiteral("load DIR JSON");
+    const QByteArray one = envImage(1, {tagBytes(u"keep me"_s)});
+    const QString load = u"load DIR JSON"_s;
     auto row = [](const char *name, const QString &args, const QByteArray &dt1,
                   const QByteArray &json, const QByteArray &word) {
         QTest::newRow(name) << args.split(u' ') << dt1 << json << QString::fromUtf8(word);
@@ -188,9 +188,9 @@ void TestCli::badInput_data()
     auto env = [&](const char *name, const QByteArray &envJson, const QByteArray &word) {
         row(name, load, one, R"({"env": {)" + envJson + "}}", word);
     };
-    row("dump: no data file", QStringLiteral("dump DIR"), {}, {}, "no such data file");
-    row("dump: short record 1", QStringLiteral("dump DIR"), one.first(1000), {}, "ends after");
-    row("dump: TagCount past the end", QStringLiteral("dump DIR"), envImage(3, {tagBytes({})}), {},
+    row("dump: no data file", u"dump DIR"_s, {}, {}, "no such data file");
+    row("dump: short record 1", u"dump DIR"_s, one.first(1000), {}, "ends after");
+    row("dump: TagCount past the end", u"dump DIR"_s, envImage(3, {tagBytes({})}), {},
         "ends before");
     row("load: invalid JSON", load, one, R"({"env": {)", "invalid JSON");
     row("load: no env", load, one, R"({"tags": []})", "\"env\" is missing");
@@ -213,9 +213,9 @@ void TestCli::badInput_data()
         "at most 32309");
     tag("record past TagCount", R"({"record": 3})", "from 2 to 2");
     tag("record twice", R"({"record": 2}, {"record": 2})", "twice");
-    row("load: no such directory", QStringLiteral("load SUBDIR JSON"), one, R"({"env": {}})",
+    row("load: no such directory", u"load SUBDIR JSON"_s, one, R"({"env": {}})",
         "no such directory");
-    row("usage: unknown command", QStringLiteral("frob"), one, {}, "usage");
+    row("usage: unknown command", u"frob"_s, one, {}, "usage");
 }
 
 // Refused with one line on stderr, and nothing in the folder changed.
@@ -228,12 +228,10 @@ void TestCli::badInput()
     QTemporaryDir dir, scratch;
     const QString dt1Path = dt1Of(dir.path());
     QVERIFY(dt1.isNull() || writeFile(dt1Path, dt1));
-    const QString jsonPath = scratch.filePath(QStringLiteral("in.json"));
+    const QString jsonPath = scratch.filePath(u"in.json"_s);
     QVERIFY(json.isNull() || writeFile(jsonPath, json));
     const QHash<QString, QString> paths{
-        {QStringLiteral("DIR"), dir.path()},
-        {QStringLiteral("SUBDIR"), dir.filePath(QStringLiteral("sub"))},
-        {QStringLiteral("JSON"), jsonPath}};
+        {u"DIR"_s, dir.path()}, {u"SUBDIR"_s, dir.filePath(u"sub"_s)}, {u"JSON"_s, jsonPath}};
     for (QString &arg : args)
         arg = paths.value(arg, arg);
     const QStringList entries = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden);
@@ -252,17 +250,17 @@ void TestCli::badInput()
 void TestCli::damagedTagIsLeftOut()
 {
     QTemporaryDir dir;
-    QByteArray pastSlot = tagBytes(QStringLiteral("x"));
+    QByteArray pastSlot = tagBytes(u"x"_s);
     LE::setInt16(pastSlot, TagRecord::FixedSize, qint16(40000));
-    QVERIFY(writeFile(dt1Of(dir.path()), envImage(3, {tagBytes(QStringLiteral("one")), pastSlot,
-                                                      tagBytes(QStringLiteral("three"))})));
-    const Run dump = runCli({QStringLiteral("dump"), dir.path()});
+    QVERIFY(writeFile(dt1Of(dir.path()),
+                      envImage(3, {tagBytes(u"one"_s), pastSlot, tagBytes(u"three"_s)})));
+    const Run dump = runCli({u"dump"_s, dir.path()});
     QCOMPARE(dump.status, 2);
     const QJsonArray tags = tagsOf(dump.out);
     QCOMPARE(tags.size(), 2);
-    QCOMPARE(tags[1][QLatin1String("MessageText")].toString(), QStringLiteral("three"));
+    QCOMPARE(tags[1][QLatin1String("MessageText")].toString(), u"three"_s);
     QVERIFY2(dump.err.contains("tag 2 (record 3)"), dump.err.constData());
-    const Run eval = runCli({QStringLiteral("eval"), dir.path()});
+    const Run eval = runCli({u"eval"_s, dir.path()});
     QCOMPARE(eval.status, 2);
     QCOMPARE(eval.out.count('\n'), 2);
     QVERIFY(eval.err.contains("tag 2 (record 3)"));
@@ -272,10 +270,10 @@ void TestCli::loadRefusedWhileLocked()
 {
     QTemporaryDir dir, scratch;
     sampleStore(dir.path());
-    const QString json = scratch.filePath(QStringLiteral("empty.json"));
+    const QString json = scratch.filePath(u"empty.json"_s);
     QVERIFY(writeFile(json, R"({"env": {}})"));
     const QByteArray before = fileBytes(dt1Of(dir.path()));
-    const QStringList load{QStringLiteral("load"), dir.path(), json};
+    const QStringList load{u"load"_s, dir.path(), json};
     {
         SingleInstance running(dir.path());
         QVERIFY(running.tryAcquire());
@@ -284,7 +282,7 @@ void TestCli::loadRefusedWhileLocked()
         QVERIFY2(r.err.contains("Pinboard is running"), r.err.constData());
         QCOMPARE(fileBytes(dt1Of(dir.path())), before);
         // Reading does not disturb a running Pinboard.
-        QCOMPARE(runCli({QStringLiteral("dump"), dir.path()}).status, 0);
+        QCOMPARE(runCli({u"dump"_s, dir.path()}).status, 0);
     }
     QCOMPARE(runCli(load).status, 0);
     QCOMPARE(TagStore(dt1Of(dir.path())).tagCount(), 0);
@@ -294,18 +292,18 @@ void TestCli::loadRefusedWhileLocked()
 void TestCli::dirDefaultsToPortableExecutableDir()
 {
     QTemporaryDir exeDir, scratch;
-    const QString exe = exeDir.filePath(QStringLiteral("pinboard-cli"));
+    const QString exe = exeDir.filePath(u"pinboard-cli"_s);
     QVERIFY(QFile::copy(QStringLiteral(PINBOARD_CLI), exe));
     sampleStore(exeDir.path());
-    QVERIFY(writeFile(exeDir.filePath(QStringLiteral("portable")), ""));
-    const Run dump = runCli({QStringLiteral("dump")}, exe);
+    QVERIFY(writeFile(exeDir.filePath(u"portable"_s), ""));
+    const Run dump = runCli({u"dump"_s}, exe);
     QCOMPARE(dump.status, 0);
     QCOMPARE(tagsOf(dump.out).size(), 6);
-    const QString json = scratch.filePath(QStringLiteral("one.json"));
+    const QString json = scratch.filePath(u"one.json"_s);
     QVERIFY(writeFile(
         json, R"({"env": {"TagCount": 1}, "tags": [{"record": 2, "MessageText": "here"}]})"));
-    QCOMPARE(runCli({QStringLiteral("load"), json}, exe).status, 0);
-    QCOMPARE(TagStore(dt1Of(exeDir.path())).readTag(1)->message(), QStringLiteral("here"));
+    QCOMPARE(runCli({u"load"_s, json}, exe).status, 0);
+    QCOMPARE(TagStore(dt1Of(exeDir.path())).readTag(1)->message(), u"here"_s);
 }
 
 void TestCli::evalSaysWhy_data()
@@ -344,7 +342,7 @@ void TestCli::evalSaysWhy()
     trashed.setStateMark(TagRecord::InTrash);
     for (TagRecord *t : {&daily, &dated, &trashed})
         QVERIFY(store.addTag(*t));
-    const Run r = runCli(QStringList{QStringLiteral("eval"), dir.path()} + options);
+    const Run r = runCli(QStringList{u"eval"_s, dir.path()} + options);
     QCOMPARE(r.status, status);
     QCOMPARE(r.out, out);
     QVERIFY2(QString::fromUtf8(r.err).contains(err), r.err.constData());
@@ -388,30 +386,31 @@ void TestCli::mail()
     QVERIFY(server.start(modes));
     const TagStore store(dt1Of(dir.path()));
     EnvRecord env;
-    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
+    env.setText(Env::SmtpServer, u"127.0.0.1"_s);
     env.setLong(Env::SmtpPort, server.port);
     env.setLong(Env::SmtpTimeStep, 0);
-    env.setText(Env::SmtpFrom, QStringLiteral("pin@example.com"));
+    env.setText(Env::SmtpFrom, u"pin@example.com"_s);
     env.setByte(Env::LogEnabled, setup.contains(u'l'));
     QVERIFY(store.writeEnv(env));
     TagRecord tag;
-    tag.setMessage(QStringLiteral("本文"));
+    tag.setMessage(u"本文"_s);
     tag.setByte(Tag::MailFlag, 1);
-    const QString gone = dir.filePath(QStringLiteral("gone.txt"));
+    const QString gone = dir.filePath(u"gone.txt"_s);
     if (setup.contains(u'g')) {
         tag.setByte(Tag::SoundFlag, 1);
         tag.setText(Tag::FilePath, gone);
     }
     QVERIFY(store.addTag(tag));
-    const QStringList to{QStringLiteral("a@example.com"), QStringLiteral("b@example.com")};
-    QVERIFY(!setup.contains(u'r') || MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
-                                         .write(1, {QStringLiteral("件名"), to, {}, {}}));
+    const QStringList to{u"a@example.com"_s, u"b@example.com"_s};
+    QVERIFY(
+        !setup.contains(u'r') ||
+        MailSettingsFile(FileSet::forDirectory(dir.path()).dt4).write(1, {u"件名"_s, to, {}, {}}));
     args.insert(1, dir.path());
     const Run r = runCli(args);
     QCOMPARE(r.status, status);
     QCOMPARE(status == 0 ? r.err : r.out, QByteArray());
     QCOMPARE(QString::fromUtf8(status == 0 ? r.out : r.err),
-             QString(printed).replace(QStringLiteral("GONE"), gone) + u'\n');
+             QString(printed).replace(u"GONE"_s, gone) + u'\n');
 }
 
 QTEST_GUILESS_MAIN(TestCli)

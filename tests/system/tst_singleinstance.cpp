@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestSingleInstance : public QObject
 {
     Q_OBJECT
@@ -31,7 +33,7 @@ void TestSingleInstance::oneHolderPerDirectory()
     first.release();
     QVERIFY(!QFile::exists(first.lockPath()));
     QVERIFY(second.tryAcquire());
-    SingleInstance nowhere(tmp.filePath(QStringLiteral("missing")));
+    SingleInstance nowhere(tmp.filePath(u"missing"_s));
     QCOMPARE(nowhere.acquire(), SingleInstance::Result::NotWritable);
 }
 
@@ -40,7 +42,7 @@ void TestSingleInstance::staleLocksAreTakenOver_data()
     QTest::addColumn<QByteArray>("content"); // what the lock file holds
     QTest::addColumn<int>("kind");           // 0 a file, 1 an empty directory, 2 a full one
     QProcess gone;
-    gone.start(QStringLiteral("true"), {});
+    gone.start(u"true"_s, {});
     gone.waitForFinished();
     const QByteArray here = "\npinboard\n" + QSysInfo::machineHostName().toUtf8() + "\n";
     QTest::newRow("crashed owner") << QByteArray::number(gone.processId()) + here << 0;
@@ -60,7 +62,7 @@ void TestSingleInstance::staleLocksAreTakenOver()
     QTemporaryDir dir;
     const QString path = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
     QVERIFY(kind == 0 ? writeFile(path, content) : QDir().mkdir(path));
-    QVERIFY(kind != 2 || writeFile(path + QStringLiteral("/keep"), "x"));
+    QVERIFY(kind != 2 || writeFile(path + u"/keep"_s, "x"));
     SingleInstance next(dir.path());
     QCOMPARE(next.acquire(), SingleInstance::Result::Acquired);
     QVERIFY(QFileInfo(path).isFile());
@@ -73,8 +75,8 @@ void TestSingleInstance::heldOnlyWhileTheOwnerRuns()
     QTemporaryDir dir;
     // Another process holds the lock the way a running Pinboard does.
     QProcess owner;
-    owner.start(QStringLiteral("python3"),
-                {QStringLiteral("-c"),
+    owner.start(u"python3"_s,
+                {u"-c"_s,
                  QStringLiteral("import fcntl, sys, time\nf = open(sys.argv[1], 'a')\n"
                                 "fcntl.flock(f, fcntl.LOCK_EX)\nprint('held', flush=True)\n"
                                 "time.sleep(30)\n"),
@@ -89,12 +91,11 @@ void TestSingleInstance::heldOnlyWhileTheOwnerRuns()
 
 void TestSingleInstance::runLocation()
 {
-    QVERIFY(isNetworkPath(QStringLiteral("\\\\server\\share\\pin")));
-    QVERIFY(!isNetworkPath(QStringLiteral("Z:\\pin")));
+    QVERIFY(isNetworkPath(u"\\\\server\\share\\pin"_s));
+    QVERIFY(!isNetworkPath(u"Z:\\pin"_s));
     QTemporaryDir tmp;
     QCOMPARE(checkRunLocation(tmp.path()), RunLocation::Ok);
-    QCOMPARE(checkRunLocation(tmp.filePath(QStringLiteral("missing/deeper"))),
-             RunLocation::NotWritable);
+    QCOMPARE(checkRunLocation(tmp.filePath(u"missing/deeper"_s)), RunLocation::NotWritable);
 }
 
 QTEST_GUILESS_MAIN(TestSingleInstance)

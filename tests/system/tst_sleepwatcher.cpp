@@ -1,11 +1,13 @@
-// The login manager's sleep signal on a private bus of our own, and the scheduler
-// catching up after a long sleep as soon as it hears of the wake-up.
+// The watchers of the system: the login manager's sleep signal on a private bus of our own, and the
+// scheduler catching up after a long sleep as soon as it hears of the wake-up.
 #include "manualclock.h"
 #include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "sleepwatcher.h"
 #include "tagstore.h"
+#include "testfiles.h"
+#include "zonewatcher.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -16,6 +18,8 @@
 #include <QTest>
 #include <QTimeZone>
 
+using namespace Qt::StringLiterals;
+
 class TestSleepWatcher : public QObject
 {
     Q_OBJECT
@@ -23,6 +27,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void scheduleCatchesUpAfterSleep();
+    void zoneChangesAreNoticedWithinASecond();
 
 private:
     void prepareForSleep(bool sleeping);
@@ -32,9 +37,7 @@ private:
 
 void TestSleepWatcher::initTestCase()
 {
-    m_bus.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                 QStringLiteral("--print-address=1")});
+    m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     if (!m_bus.waitForStarted(5000))
         QSKIP("dbus-daemon cannot be started");
     QTRY_VERIFY_WITH_TIMEOUT(m_bus.canReadLine(), 5000);
@@ -44,24 +47,23 @@ void TestSleepWatcher::initTestCase()
 
 void TestSleepWatcher::cleanupTestCase()
 {
-    QDBusConnection::disconnectFromBus(QStringLiteral("sender"));
+    QDBusConnection::disconnectFromBus(u"sender"_s);
     m_bus.terminate();
     m_bus.waitForFinished(5000);
 }
 
 void TestSleepWatcher::prepareForSleep(bool sleeping)
 {
-    QDBusConnection sender = QDBusConnection::connectToBus(m_address, QStringLiteral("sender"));
+    QDBusConnection sender = QDBusConnection::connectToBus(m_address, u"sender"_s);
     QDBusMessage signal = QDBusMessage::createSignal(
-        QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
-        QStringLiteral("PrepareForSleep"));
+        u"/org/freedesktop/login1"_s, u"org.freedesktop.login1.Manager"_s, u"PrepareForSleep"_s);
     QVERIFY(sender.send(signal << sleeping));
 }
 
 void TestSleepWatcher::scheduleCatchesUpAfterSleep()
 {
     QTemporaryDir dir;
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    TagStore store(dir.filePath(u"Pinboard.dt1"_s));
     QVERIFY(store.writeEnv(EnvRecord()));
     auto add = [&](int kind, int y, int m, int d, int h, int flag = -1, int eraseHour = 0) {
         TagRecord t;
@@ -85,7 +87,7 @@ void TestSleepWatcher::scheduleCatchesUpAfterSleep()
     SchedulerTimer timer;
     Scheduler scheduler(store, clock, prompt, display, timer);
     scheduler.loadAll();
-    QCOMPARE(display.take(), QStringList{QStringLiteral("show 5")});
+    QCOMPARE(display.take(), QStringList{u"show 5"_s});
 
     SleepWatcher watcher(m_address);
     QVERIFY(watcher.isActive());
@@ -100,9 +102,36 @@ void TestSleepWatcher::scheduleCatchesUpAfterSleep()
     prepareForSleep(false);
     QTRY_VERIFY_WITH_TIMEOUT(!display.log.isEmpty(), 1000);
     qInfo("tags brought up to date %lld ms after the wake-up signal", sinceWake.elapsed());
-    QCOMPARE(display.log.join(u", "), QStringLiteral("show 1, blink, mail 4, down 5"));
+    QCOMPARE(display.log.join(u", "), u"show 1, blink, mail 4, down 5"_s);
     QCOMPARE(sleeping.count(), 1);
     QVERIFY(timer.isActive());
+}
+
+void TestSleepWatcher::zoneChangesAreNoticedWithinASecond()
+{
+    const QByteArray tz = qgetenv("TZ");
+    QTemporaryDir dir;
+    const QString localtime = dir.filePath(u"localtime"_s);
+    const QString timezone = dir.filePath(u"timezone"_s);
+    QVERIFY(writeFile(localtime, "TZif Asia/Tokyo") && writeFile(timezone, "Asia/Tokyo\n"));
+    ZoneWatcher watcher({localtime, timezone});
+    QVERIFY(watcher.isActive());
+    QSignalSpy changed(&watcher, &ZoneWatcher::zoneChanged);
+    // Something else in the same folder is not a change of zone.
+    QVERIFY(writeFile(dir.filePath(u"other"_s), "x"));
+    QTest::qWait(600);
+    QCOMPARE(changed.count(), 0);
+    // Replaced by a rename, as the desktop's zone setting does.
+    const QString next = dir.filePath(u"localtime.new"_s);
+    QVERIFY(writeFile(next, "TZif Europe/Berlin"));
+    QVERIFY(QFile::remove(localtime) && QFile::rename(next, localtime));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 1, 1000);
+    // The watch survived the rename: a change in place is noticed too.
+    QVERIFY(writeFile(localtime, "TZif Asia/Tokyo"));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 2, 1000);
+    QVERIFY(writeFile(timezone, "Europe/Berlin\n"));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 3, 1000);
+    QCOMPARE(qgetenv("TZ"), tz); // the process's own setting is left as it was
 }
 
 QTEST_GUILESS_MAIN(TestSleepWatcher)
