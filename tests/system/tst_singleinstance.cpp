@@ -18,7 +18,6 @@ private Q_SLOTS:
     void oneHolderPerDirectory();
     void staleLocksAreTakenOver_data();
     void staleLocksAreTakenOver();
-    void heldOnlyWhileTheOwnerRuns();
     void runLocation();
 };
 
@@ -68,25 +67,6 @@ void TestSingleInstance::staleLocksAreTakenOver()
     QVERIFY(QFileInfo(path).isFile());
     if (kind == 2) // what was in the directory is kept aside
         QCOMPARE(QDir(dir.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
-}
-
-void TestSingleInstance::heldOnlyWhileTheOwnerRuns()
-{
-    QTemporaryDir dir;
-    // Another process holds the lock the way a running Pinboard does.
-    QProcess owner;
-    owner.start(u"python3"_s,
-                {u"-c"_s,
-                 QStringLiteral("import fcntl, sys, time\nf = open(sys.argv[1], 'a')\n"
-                                "fcntl.flock(f, fcntl.LOCK_EX)\nprint('held', flush=True)\n"
-                                "time.sleep(30)\n"),
-                 dir.filePath(QString::fromLatin1(SingleInstance::LockName))});
-    QVERIFY(owner.waitForReadyRead(5000));
-    SingleInstance second(dir.path());
-    QCOMPARE(second.acquire(), SingleInstance::Result::HeldByAnother);
-    owner.kill();
-    owner.waitForFinished();
-    QCOMPARE(second.acquire(), SingleInstance::Result::Acquired);
 }
 
 void TestSingleInstance::runLocation()
