@@ -1,39 +1,24 @@
 #include "datafolder.h"
 #include "datalocation.h"
 #include "datamove.h"
-#include "fileset.h"
-#include "prompt.h"
 #include "scriptedprompt.h"
 #include "singleinstance.h"
+#include "testfiles.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-void write(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
-}
-
-QByteArray read(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 // Data as an earlier version left it beside the executable: every file its own bytes.
 QMap<QString, QByteArray> leaveData(const QString &dir, const QStringList &names)
 {
     QMap<QString, QByteArray> content;
     for (const QString &name : names) {
         content[name] = name.toLatin1().repeated(100);
-        write(QDir(dir).filePath(name), content[name]);
+        writeFile(QDir(dir).filePath(name), content[name]);
     }
     return content;
 }
@@ -58,8 +43,7 @@ private Q_SLOTS:
     void dataOption();
     void dataBesideTheExecutableMovesOnce();
     void failedMoveLeavesEverythingInPlace();
-    void runningCopyKeepsItsFolder();
-    void nothingMovesWhenTheUserFolderHasData();
+    void nothingMoves();
 };
 
 void TestDataFolder::resolve_data()
@@ -87,11 +71,10 @@ void TestDataFolder::resolve()
     QFETCH(QString, dir);
     QFETCH(int, source);
     QTemporaryDir exe;
-    if (portable)
-        write(exe.filePath(QStringLiteral("portable")), {});
     // A folder named "portable" is not the marker.
-    QVERIFY(portable || QDir().mkpath(exe.filePath(QStringLiteral("portable"))));
-    const QString user = QStringLiteral("/home/u/.local/share/Pinboard");
+    QVERIFY(portable ? writeFile(exe.filePath(u"portable"_s), {})
+                     : QDir().mkpath(exe.filePath(u"portable"_s)));
+    const QString user = u"/home/u/.local/share/Pinboard"_s;
     const DataLocation where = resolveDataLocation(
         option == u"-"_s ? std::nullopt : std::optional(option), variable, exe.path(), user);
     QCOMPARE(where.dir, dir == u"exe"_s ? exe.path() : dir == u"user"_s ? user : dir);
@@ -121,9 +104,7 @@ void TestDataFolder::dataOption()
     QFETCH(bool, error);
     QString why;
     const auto taken = takeDataOption(args, &why);
-    QCOMPARE(taken.has_value(), dir != u"-"_s);
-    if (taken)
-        QCOMPARE(*taken, dir);
+    QCOMPARE(taken.value_or(u"-"_s), dir);
     QCOMPARE(args, rest);
     QCOMPARE(!why.isEmpty(), error);
 }
@@ -131,7 +112,7 @@ void TestDataFolder::dataOption()
 void TestDataFolder::dataBesideTheExecutableMovesOnce()
 {
     QTemporaryDir exe, home;
-    const QString user = home.filePath(QStringLiteral("share/Pinboard"));
+    const QString user = home.filePath(u"share/Pinboard"_s);
     const auto content = leaveData(exe.path(), DataMove::fileNames().mid(0, 5));
     ScriptedPrompt prompt;
     const DataLocation where = resolveDataLocation(std::nullopt, {}, exe.path(), user);
@@ -139,7 +120,7 @@ void TestDataFolder::dataBesideTheExecutableMovesOnce()
     QCOMPARE(prompt.shown, QStringList{dataMovedText(exe.path(), user)});
     QVERIFY(present(exe.path()).isEmpty());
     for (auto it = content.begin(); it != content.end(); ++it)
-        QCOMPARE(read(QDir(user).filePath(it.key())), it.value());
+        QCOMPARE(fileBytes(QDir(user).filePath(it.key())), it.value());
     // The next start finds nothing left to move.
     ScriptedPrompt again;
     QCOMPARE(settleDataFolder(where, exe.path(), again), user);
@@ -149,47 +130,36 @@ void TestDataFolder::dataBesideTheExecutableMovesOnce()
 void TestDataFolder::failedMoveLeavesEverythingInPlace()
 {
     QTemporaryDir exe, home;
-    const QString user = home.filePath(QStringLiteral("Pinboard"));
+    const QString user = home.filePath(u"Pinboard"_s);
     const auto content = leaveData(exe.path(), DataMove::fileNames().mid(0, 5));
     // The log cannot be copied: a folder of its name is in the way.
-    QVERIFY(QDir().mkpath(QDir(user).filePath(QStringLiteral("Pinboard.log"))));
+    QVERIFY(QDir().mkpath(QDir(user).filePath(u"Pinboard.log"_s)));
     ScriptedPrompt prompt;
-    const DataLocation where{user, DataLocation::User};
-    QCOMPARE(settleDataFolder(where, exe.path(), prompt), exe.path());
+    QCOMPARE(settleDataFolder({user, DataLocation::User}, exe.path(), prompt), exe.path());
     QCOMPARE(prompt.shown, QStringList{dataNotMovedText(exe.path(), user)});
     for (auto it = content.begin(); it != content.end(); ++it)
-        QCOMPARE(read(QDir(exe.path()).filePath(it.key())), it.value());
-    QVERIFY(present(user).isEmpty() ||
-            present(user) == QStringList{QStringLiteral("Pinboard.log")});
-    QVERIFY(!QFile::exists(QDir(user).filePath(QStringLiteral("Pinboard.dt1"))));
+        QCOMPARE(fileBytes(QDir(exe.path()).filePath(it.key())), it.value());
+    QVERIFY(present(user).isEmpty() || present(user) == QStringList{u"Pinboard.log"_s});
 }
 
-void TestDataFolder::runningCopyKeepsItsFolder()
+// Not while a Pinboard runs on the old folder, nor into a user folder that has data,
+// nor into a folder the user named.
+void TestDataFolder::nothingMoves()
 {
-    QTemporaryDir exe, home;
-    leaveData(exe.path(), {QStringLiteral("Pinboard.dt1")});
-    SingleInstance running(exe.path());
-    QVERIFY(running.tryAcquire());
+    QTemporaryDir exe, home, named;
+    leaveData(exe.path(), {u"Pinboard.dt1"_s, u"Pinboard.dt3"_s});
     ScriptedPrompt prompt;
-    const QString user = home.filePath(QStringLiteral("Pinboard"));
-    QCOMPARE(settleDataFolder({user, DataLocation::User}, exe.path(), prompt), exe.path());
-    QVERIFY(prompt.shown.isEmpty());
-    QCOMPARE(present(exe.path()), QStringList{QStringLiteral("Pinboard.dt1")});
-}
-
-void TestDataFolder::nothingMovesWhenTheUserFolderHasData()
-{
-    QTemporaryDir exe, home;
-    leaveData(exe.path(), {QStringLiteral("Pinboard.dt1"), QStringLiteral("Pinboard.dt3")});
-    leaveData(home.path(), {QStringLiteral("Pinboard.dt1")});
-    ScriptedPrompt prompt;
+    {
+        SingleInstance running(exe.path());
+        QVERIFY(running.tryAcquire());
+        const QString user = home.filePath(u"Pinboard"_s);
+        QCOMPARE(settleDataFolder({user, DataLocation::User}, exe.path(), prompt), exe.path());
+    }
+    leaveData(home.path(), {u"Pinboard.dt1"_s});
     QCOMPARE(settleDataFolder({home.path(), DataLocation::User}, exe.path(), prompt), home.path());
+    QCOMPARE(settleDataFolder({named.path(), DataLocation::Option}, exe.path(), prompt),
+             named.path());
     QVERIFY(prompt.shown.isEmpty());
-    QCOMPARE(present(exe.path()).size(), 2);
-    // Nor for a folder the user named, nor a portable one.
-    QTemporaryDir empty;
-    QCOMPARE(settleDataFolder({empty.path(), DataLocation::Option}, exe.path(), prompt),
-             empty.path());
     QCOMPARE(present(exe.path()).size(), 2);
 }
 

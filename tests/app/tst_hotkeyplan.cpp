@@ -1,23 +1,20 @@
 #include "clipmail.h"
 #include "cp932.h"
-#include "fileset.h"
 #include "hotkey.h"
 #include "hotkeyactions.h"
 #include "hotkeyplan.h"
 #include "hotkeys.h"
-#include "prompt.h"
 #include "scriptedprompt.h"
-#include "settings.h"
-#include "tagstore.h"
+#include "tempstore.h"
 
 #include <QComboBox>
 #include <QPlainTextEdit>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QTest>
 #include <map>
 
 using namespace HotkeyPlan;
+using namespace Qt::StringLiterals;
 
 namespace {
 // Combinations in `taken` belong to another program.
@@ -46,6 +43,11 @@ public:
             out << id;
         return out;
     }
+    void take(const Picks &p, const QList<int> &actions)
+    {
+        for (int n : actions)
+            taken.insert({p[n - 1].modifiers, p[n - 1].key});
+    }
 };
 
 // Alt+F1 ... Alt+F7: seven distinct choices.
@@ -64,36 +66,14 @@ class TestHotkeyPlan : public QObject
 private Q_SLOTS:
     void validate_data();
     void validate();
-    void registerStopsAtTheFirstConflict_data();
     void registerStopsAtTheFirstConflict();
     void startUp_data();
     void startUp();
-    void formRegistersCtrlShiftF12();
-    void formChecksBeforeRegistering();
+    void formChecksThenRegisters();
     void formLeftWithoutRegisteringSwitchesOff();
     void clipTag_data();
     void clipTag();
     void clipMailNeedsRecipientsAndText();
-
-private:
-    struct Data
-    {
-        QTemporaryDir dir;
-        std::unique_ptr<TagStore> store;
-        std::unique_ptr<Settings> settings;
-    };
-    static std::unique_ptr<Data> data(const EnvRecord &env = EnvRecord())
-    {
-        auto d = std::make_unique<Data>();
-        const FileSet files = FileSet::forDirectory(d->dir.path());
-        if (!createDataFile(files.dt1, env.bytes()))
-            return nullptr;
-        d->store = std::make_unique<TagStore>(files.dt1);
-        d->settings = std::make_unique<Settings>(*d->store);
-        if (!d->settings->load())
-            return nullptr;
-        return d;
-    }
 };
 
 void TestHotkeyPlan::validate_data()
@@ -122,28 +102,16 @@ void TestHotkeyPlan::validate()
     QCOMPARE(HotkeyPlan::validate(p).value_or(QString()), fault);
 }
 
-void TestHotkeyPlan::registerStopsAtTheFirstConflict_data()
-{
-    QTest::addColumn<int>("takenAction"); // 0: none taken
-    for (int n = 0; n <= Count; ++n)
-        QTest::addRow("taken %d", n) << n;
-}
-
 void TestHotkeyPlan::registerStopsAtTheFirstConflict()
 {
-    QFETCH(int, takenAction);
-    FakeHotkeys keys;
-    const Picks p = distinctPicks();
-    if (takenAction > 0)
-        keys.taken.insert({p[takenAction - 1].modifiers, p[takenAction - 1].key});
-    ScriptedPrompt prompt;
-    QCOMPARE(registerPicks(keys, p, prompt), takenAction == 0);
-    if (takenAction == 0) {
-        QCOMPARE(keys.ids(), (QList<int>{1, 2, 3, 4, 5, 6, 7}));
-        QVERIFY(prompt.shown.isEmpty());
-    } else {
-        QVERIFY(keys.ids().isEmpty());
-        QCOMPARE(prompt.shown, QStringList{conflictText(takenAction)});
+    for (int taken = 0; taken <= Count; ++taken) { // 0: none taken
+        FakeHotkeys keys;
+        if (taken)
+            keys.take(distinctPicks(), {taken});
+        ScriptedPrompt prompt;
+        QCOMPARE(registerPicks(keys, distinctPicks(), prompt), taken == 0);
+        QCOMPARE(keys.ids(), taken ? QList<int>{} : (QList<int>{1, 2, 3, 4, 5, 6, 7}));
+        QCOMPARE(prompt.shown, taken ? QStringList{conflictText(taken)} : QStringList{});
     }
 }
 
@@ -154,13 +122,11 @@ void TestHotkeyPlan::startUp_data()
     QTest::addColumn<QList<int>>("registered");
     QTest::addColumn<QStringList>("shown");
     const QList<int> all{1, 2, 3, 4, 5, 6, 7};
-    const QString group = QStringLiteral("ｼｮｰﾄｶｯﾄｷｰの設定が他のｱﾌﾟﾘｹｰｼｮﾝと重複しています。\r\n"
-                                         "ｼｮｰﾄｶｯﾄｷｰを再設定して下さい。");
-    auto single = [](int n) {
-        return QStringLiteral("ｼｮｰﾄｶｯﾄｷｰ%1の設定が他のｱﾌﾟﾘｹｰｼｮﾝと重複しています。\r\n"
-                              "ｼｮｰﾄｶｯﾄｷｰ%1を再設定して下さい。")
+    auto text = [](const QString &n) {
+        return u"ｼｮｰﾄｶｯﾄｷｰ%1の設定が他のｱﾌﾟﾘｹｰｼｮﾝと重複しています。\r\nｼｮｰﾄｶｯﾄｷｰ%1を再設定して下さい。"_s
             .arg(n);
     };
+    const QString group = text({});
     QTest::newRow("all free") << all << QList<int>{} << all << QStringList{};
     QTest::newRow("none switched on")
         << QList<int>{} << QList<int>{} << QList<int>{} << QStringList{};
@@ -169,9 +135,9 @@ void TestHotkeyPlan::startUp_data()
     QTest::newRow("1 and 3 taken: one message")
         << all << QList<int>{1, 3} << QList<int>{4, 5, 6, 7} << QStringList{group};
     QTest::newRow("5 taken: only 5 goes")
-        << all << QList<int>{5} << QList<int>{1, 2, 3, 4, 6, 7} << QStringList{single(5)};
+        << all << QList<int>{5} << QList<int>{1, 2, 3, 4, 6, 7} << QStringList{text(u"5"_s)};
     QTest::newRow("2, 4 and 7 taken") << all << QList<int>{2, 4, 7} << QList<int>{5, 6}
-                                      << QStringList{group, single(4), single(7)};
+                                      << QStringList{group, text(u"4"_s), text(u"7"_s)};
     QTest::newRow("taken but off")
         << QList<int>{1, 4} << QList<int>{2, 5} << QList<int>{1, 4} << QStringList{};
 }
@@ -186,10 +152,9 @@ void TestHotkeyPlan::startUp()
     const Picks p = distinctPicks();
     storePicks(env, p, false);
     for (int n : enabled)
-        env.setText(Env::HotkeyEnabled, QStringLiteral("1"), n - 1);
+        env.setText(Env::HotkeyEnabled, u"1"_s, n - 1);
     FakeHotkeys keys;
-    for (int n : taken)
-        keys.taken.insert({p[n - 1].modifiers, p[n - 1].key});
+    keys.take(p, taken);
     ScriptedPrompt prompt;
     registerAtStartUp(keys, env, prompt);
     QCOMPARE(keys.ids(), registered);
@@ -198,72 +163,60 @@ void TestHotkeyPlan::startUp()
         QCOMPARE(keys.registered[n], std::pair(p[n - 1].modifiers, p[n - 1].key));
 }
 
-void TestHotkeyPlan::formRegistersCtrlShiftF12()
+void TestHotkeyPlan::formChecksThenRegisters()
 {
-    auto d = data();
-    QVERIFY(d);
+    TempStore d;
     FakeHotkeys keys;
     ScriptedPrompt prompt;
-    HotKey form(keys, *d->settings, prompt);
+    HotKey form(keys, d.settings(), prompt);
     Picks p = distinctPicks();
+    p[4] = p[1]; // 5 as 2
+    form.setPicks(p);
+    form.entry();
+    QCOMPARE(prompt.shown, QStringList{u"同一ホットキーは選択出来ません。"_s});
+    form.keyBox(5)->setCurrentIndex(-1);
+    form.entry();
+    QCOMPARE(prompt.shown.last(), u"キーを選択して下さい。"_s);
+    QCOMPARE(keys.attempts, 0);
+
+    p = distinctPicks();
     form.setPicks(p);
     // Action 7 chosen the way the user does: by the texts in the boxes.
-    form.modifierBox(7)->setCurrentText(QStringLiteral("Ctrl+Shift"));
-    form.keyBox(7)->setCurrentText(QStringLiteral("F12"));
+    form.modifierBox(7)->setCurrentText(u"Ctrl+Shift"_s);
+    form.keyBox(7)->setCurrentText(u"F12"_s);
     form.entry();
-    QCOMPARE(prompt.shown, QStringList{QStringLiteral("ショートカットキーを登録しました。")});
+    QCOMPARE(prompt.shown.last(), u"ショートカットキーを登録しました。"_s);
     QCOMPARE(keys.registered[7], std::pair(6, 123));
     QCOMPARE(form.result(), int(QDialog::Accepted));
     // Kept in record 1, switched on, and read back by the next form.
-    const EnvRecord stored = *d->store->readEnv();
+    const EnvRecord stored = *d.store.readEnv();
     QCOMPARE(stored.hotkeyModifiers(7), 6);
     QCOMPARE(stored.hotkeyKey(7), 123);
     for (int n = 1; n <= Count; ++n)
         QVERIFY(stored.hotkeyEnabled(n));
     p[6] = {6, 123};
     QCOMPARE(storedPicks(stored), p);
-    HotKey again(keys, *d->settings, prompt);
-    QCOMPARE(again.picks(), p);
-}
-
-void TestHotkeyPlan::formChecksBeforeRegistering()
-{
-    auto d = data();
-    QVERIFY(d);
-    FakeHotkeys keys;
-    ScriptedPrompt prompt;
-    HotKey form(keys, *d->settings, prompt);
-    Picks p = distinctPicks();
-    p[4] = p[1]; // 5 as 2
-    form.setPicks(p);
-    form.entry();
-    QCOMPARE(prompt.shown, QStringList{QStringLiteral("同一ホットキーは選択出来ません。")});
-    QCOMPARE(keys.attempts, 0);
-    form.keyBox(5)->setCurrentIndex(-1);
-    form.entry();
-    QCOMPARE(prompt.shown.last(), QStringLiteral("キーを選択して下さい。"));
-    QCOMPARE(keys.attempts, 0);
+    QCOMPARE(HotKey(keys, d.settings(), prompt).picks(), p);
 }
 
 void TestHotkeyPlan::formLeftWithoutRegisteringSwitchesOff()
 {
+    TempStore d;
     EnvRecord env;
     storePicks(env, distinctPicks(), true);
-    auto d = data(env);
-    QVERIFY(d);
+    QVERIFY(d.store.writeEnv(env));
     FakeHotkeys keys;
     ScriptedPrompt prompt;
     QVERIFY(keys.registerHotkey(1, Hotkeys::Alt, Hotkeys::F1));
-    keys.taken.insert({int(Hotkeys::Alt), Hotkeys::F1 + 2});
-    HotKey form(keys, *d->settings, prompt);
+    keys.take(distinctPicks(), {3});
+    HotKey form(keys, d.settings(), prompt);
     form.entry(); // action 3's key is taken now
-    QCOMPARE(prompt.shown, QStringList{conflictText(3)});
     form.reject();
-    QCOMPARE(prompt.shown.last(), QStringLiteral("ｼｮｰﾄｶｯﾄｷｰの設定が中断されました。\r\n"
-                                                 "ｼｮｰﾄｶｯﾄｷｰを無効にします。"));
-    QCOMPARE(prompt.shown.size(), 2);
+    QCOMPARE(prompt.shown,
+             (QStringList{conflictText(3),
+                          u"ｼｮｰﾄｶｯﾄｷｰの設定が中断されました。\r\nｼｮｰﾄｶｯﾄｷｰを無効にします。"_s}));
     QVERIFY(keys.ids().isEmpty());
-    const EnvRecord stored = *d->store->readEnv();
+    const EnvRecord stored = *d.store.readEnv();
     for (int n = 1; n <= Count; ++n)
         QVERIFY(!stored.hotkeyEnabled(n));
     // The choice itself stays for the next time the form opens.
@@ -274,7 +227,7 @@ void TestHotkeyPlan::clipTag_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("bytes"); // stored CP932 bytes
-    QTest::newRow("short") << QStringLiteral("買い物\r\n牛乳") << 12;
+    QTest::newRow("short") << u"買い物\r\n牛乳"_s << 12;
     QTest::newRow("at the limit") << QString(28000, u'a') << 28000;
     QTest::newRow("cut") << QString(28001, u'a') << 28000;
     // 'a' then double-byte characters: the last whole one ends at 27999.
@@ -285,43 +238,39 @@ void TestHotkeyPlan::clipTag()
 {
     QFETCH(QString, text);
     QFETCH(int, bytes);
-    auto d = data();
-    QVERIFY(d);
-    const auto k = HotkeyActions::storeClipTag(*d->store, text);
+    TempStore d;
+    const auto k = HotkeyActions::storeClipTag(d.store, text);
     QVERIFY(k);
-    const TagRecord tag = *d->store->readTag(*k);
-    QCOMPARE(tag.messageBytes().size(), bytes);
+    const TagRecord tag = *d.store.readTag(*k);
     QCOMPARE(tag.messageBytes(), Cp932::encode(text).left(bytes));
     QCOMPARE(tag.kindNumber(), 0); // shown at once
-    QCOMPARE(tag.stateMark(), QStringLiteral("0"));
+    QCOMPARE(tag.stateMark(), u"0"_s);
     // Blank text makes no tag.
-    QVERIFY(!HotkeyActions::storeClipTag(*d->store, QStringLiteral(" \n\t")));
-    QCOMPARE(d->store->tagCount(), 1);
+    QVERIFY(!HotkeyActions::storeClipTag(d.store, u" \n\t"_s));
+    QCOMPARE(d.store.tagCount(), 1);
 }
 
 void TestHotkeyPlan::clipMailNeedsRecipientsAndText()
 {
     AddressBook book;
     ScriptedPrompt prompt;
-    ClipMail mail(book, QStringLiteral("本文"), prompt);
+    ClipMail mail(book, u"本文"_s, prompt);
+    auto *message = mail.findChild<QPlainTextEdit *>(u"txt_Message"_s);
     mail.send();
     QCOMPARE(prompt.shown, QStringList{ClipMail::noRecipientText()});
-    QCOMPARE(mail.result(), int(QDialog::Rejected));
     TagMailSettings to;
-    to.to = QStringList{QStringLiteral("a@example.invalid")};
+    to.to = QStringList{u"a@example.invalid"_s};
     mail.setRecipients(to);
-    mail.findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
-        ->setPlainText(QStringLiteral("  "));
+    message->setPlainText(u"  "_s);
     mail.send();
     QCOMPARE(prompt.shown.last(), ClipMail::noTextText());
     QCOMPARE(mail.result(), int(QDialog::Rejected));
-    mail.findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
-        ->setPlainText(QStringLiteral("本文"));
+    message->setPlainText(u"本文"_s);
     mail.send();
     QCOMPARE(prompt.shown.size(), 2);
     QCOMPARE(mail.result(), int(QDialog::Accepted));
     QCOMPARE(mail.recipients(), to);
-    QCOMPARE(mail.text(), QStringLiteral("本文"));
+    QCOMPARE(mail.text(), u"本文"_s);
 }
 
 QTEST_MAIN(TestHotkeyPlan)

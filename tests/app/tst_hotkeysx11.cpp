@@ -1,19 +1,19 @@
-#include "clock.h"
 #include "desktopdisplay.h"
 #include "hotkeyplan.h"
 #include "hotkeys.h"
 #include "manualclock.h"
-#include "prompt.h"
 #include "scriptedprompt.h"
 #include "sysdesk.h"
 #include "tagmain.h"
 #include "tagstore.h"
+#include "trayattach.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>
@@ -22,18 +22,14 @@
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
 
-// Real grabs on a real X server (Xvfb), keys pressed with xdotool.
-namespace {
-bool xdotool(const QStringList &args)
-{
-    QProcess p;
-    p.start(QStringLiteral("xdotool"), args);
-    return p.waitForFinished(10000) && p.exitCode() == 0;
-}
+using namespace Qt::StringLiterals;
 
+// Real grabs on a real X server (Xvfb) without a tray, keys pressed with xdotool;
+// Debian's trayer as the tray host that turns up late.
+namespace {
 bool press(const char *keys)
 {
-    return xdotool({QStringLiteral("key"), QString::fromLatin1(keys)});
+    return QProcess::execute(u"xdotool"_s, {u"key"_s, QString::fromLatin1(keys)}) == 0;
 }
 
 // Another X client, holding a grab of its own.
@@ -63,8 +59,9 @@ private:
     xcb_window_t m_root = 0;
 };
 
-constexpr xcb_keysym_t F12 = 0xffc9;
+constexpr xcb_keysym_t F1 = 0xffbe, F12 = 0xffc9;
 constexpr int CtrlShift = Hotkeys::Ctrl | Hotkeys::Shift;
+constexpr quint16 XCtrlShift = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;
 } // namespace
 
 class TestHotkeysX11 : public QObject
@@ -73,10 +70,9 @@ class TestHotkeysX11 : public QObject
 private Q_SLOTS:
     void initTestCase();
     void pressedKeyTriggers();
-    void releasedKeyIsFreeForOthers();
-    void clipboardTagFromTheHotkey();
-    void startUpReportsAKeyTakenMeanwhile();
+    void hotkeysOfRecordOne();
     void activeWindowToClipboard();
+    void iconArrivesWhenTheTrayDoes();
 
 private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 0))};
@@ -86,7 +82,7 @@ void TestHotkeysX11::initTestCase()
 {
     if (QGuiApplication::platformName() != u"xcb")
         QSKIP("needs an X server (scripts/test runs this under xvfb-run)");
-    if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+    if (QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
         QSKIP("xdotool is not installed (scripts/deps installs it)");
 }
 
@@ -102,55 +98,18 @@ void TestHotkeysX11::pressedKeyTriggers()
     // Only the registered combination: F12 with Ctrl alone is not it.
     QVERIFY(press("ctrl+F12"));
     // Pressing Num_Lock locks it on; pressing it again afterwards unlocks it.
-    QVERIFY(press("Num_Lock"));
-    QVERIFY(press("alt+F1"));
-    QVERIFY(press("Num_Lock"));
+    QVERIFY(press("Num_Lock") && press("alt+F1") && press("Num_Lock"));
     QTRY_COMPARE(spy.count(), 2);
     QCOMPARE(spy.last().first().toInt(), 1);
-}
-
-void TestHotkeysX11::releasedKeyIsFreeForOthers()
-{
-    auto keys = Hotkeys::create();
-    QVERIFY(keys->registerHotkey(1, Hotkeys::Shift, 123));
+    // Given up, the key is free for another program.
     OtherClient other;
-    QVERIFY(!other.grab(XCB_MOD_MASK_SHIFT, F12));
-    keys->unregisterHotkey(1);
-    QVERIFY(other.grab(XCB_MOD_MASK_SHIFT, F12));
+    QVERIFY(!other.grab(XCtrlShift, F12));
+    keys->unregisterHotkey(3);
+    QVERIFY(other.grab(XCtrlShift, F12));
 }
 
-void TestHotkeysX11::clipboardTagFromTheHotkey()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt;
-    {
-        TagMain first(dir.path(), prompt, m_clock);
-        QVERIFY(first.start());
-        HotkeyPlan::Picks picks;
-        for (int n = 1; n <= HotkeyPlan::Count; ++n)
-            picks[n - 1] = {Hotkeys::Alt | Hotkeys::Ctrl, 111 + n};
-        picks[HotkeyPlan::ClipTag - 1] = {CtrlShift, 123};
-        QVERIFY(first.settings()
-                    .change([&](EnvRecord &e) { HotkeyPlan::storePicks(e, picks, true); })
-                    .isEmpty());
-    }
-    // Registered from record 1 at start-up.
-    TagMain main(dir.path(), prompt, m_clock);
-    QVERIFY(main.start());
-    QVERIFY(prompt.shown.isEmpty());
-    QVERIFY(main.sys()->hotkeys().isRegistered(HotkeyPlan::ClipTag));
-    const QString text = QStringLiteral("クリップボードから\n二行目");
-    QGuiApplication::clipboard()->setText(text);
-    QVERIFY(press("ctrl+shift+F12"));
-    QTRY_COMPARE(main.display()->shownTags().size(), 1);
-    const int k = main.display()->shownTags().first();
-    QCOMPARE(main.store().readTag(k)->message(), text);
-    main.shutdown();
-    OtherClient other;
-    QVERIFY(other.grab(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT, F12)); // released
-}
-
-void TestHotkeysX11::startUpReportsAKeyTakenMeanwhile()
+// Registered from record 1 at start-up, one taken meanwhile by another program.
+void TestHotkeysX11::hotkeysOfRecordOne()
 {
     QTemporaryDir dir;
     ScriptedPrompt prompt;
@@ -160,17 +119,25 @@ void TestHotkeysX11::startUpReportsAKeyTakenMeanwhile()
         HotkeyPlan::Picks picks;
         for (int n = 1; n <= HotkeyPlan::Count; ++n)
             picks[n - 1] = {CtrlShift, 111 + n};
+        picks[HotkeyPlan::ClipTag - 1] = {CtrlShift, 123};
         QVERIFY(first.settings()
                     .change([&](EnvRecord &e) { HotkeyPlan::storePicks(e, picks, true); })
                     .isEmpty());
     }
     OtherClient other;
-    QVERIFY(other.grab(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT, 0xffbe + 5)); // F6: hotkey 6
+    QVERIFY(other.grab(XCtrlShift, F1 + 5)); // F6: hotkey 6
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
     QCOMPARE(prompt.shown, QStringList{HotkeyPlan::startUpConflictText(6)});
     for (int n = 1; n <= HotkeyPlan::Count; ++n)
         QCOMPARE(main.sys()->hotkeys().isRegistered(n), n != 6);
+    const QString text = u"クリップボードから\n二行目"_s;
+    QGuiApplication::clipboard()->setText(text);
+    QVERIFY(press("ctrl+shift+F12"));
+    QTRY_COMPARE(main.display()->shownTags().size(), 1);
+    QCOMPARE(main.store().readTag(main.display()->shownTags().first())->message(), text);
+    main.shutdown();
+    QVERIFY(other.grab(XCtrlShift, F12)); // released
 }
 
 void TestHotkeysX11::activeWindowToClipboard()
@@ -180,10 +147,10 @@ void TestHotkeysX11::activeWindowToClipboard()
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
     QWidget window;
-    window.setAutoFillBackground(true);
     QPalette pal = window.palette();
     pal.setColor(QPalette::Window, QColor(200, 30, 40));
     window.setPalette(pal);
+    window.setAutoFillBackground(true);
     window.setGeometry(50, 60, 120, 80);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -206,6 +173,32 @@ void TestHotkeysX11::activeWindowToClipboard()
     QCOMPARE(image.pixelColor(image.width() / 2, image.height() / 2), QColor(200, 30, 40));
     xcb_delete_property(conn, root, active);
     xcb_flush(conn);
+}
+
+void TestHotkeysX11::iconArrivesWhenTheTrayDoes()
+{
+    const QString trayer = QStandardPaths::findExecutable(u"trayer"_s);
+    if (trayer.isEmpty())
+        QSKIP("trayer is not installed");
+    QVERIFY2(!QSystemTrayIcon::isSystemTrayAvailable(), "this display already has a tray");
+    QTemporaryDir dir;
+    ScriptedPrompt prompt;
+    SystemClock clock;
+    TagMain main(dir.path(), prompt, clock);
+    QVERIFY(main.start());
+    QVERIFY(main.trayAttach()->isRetrying());
+    main.trayAttach()->setIntervalMs(200);
+    QProcess host;
+    host.start(trayer, {u"--edge"_s, u"top"_s});
+    QVERIFY(host.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(!main.trayAttach()->isRetrying(), 15000);
+    QVERIFY(QSystemTrayIcon::isSystemTrayAvailable());
+    QVERIFY(main.trayIcon()->isVisible());
+    QVERIFY(prompt.shown.isEmpty());
+    main.shutdown();
+    QVERIFY(main.trayIcon() == nullptr);
+    host.terminate();
+    host.waitForFinished();
 }
 
 QTEST_MAIN(TestHotkeysX11)

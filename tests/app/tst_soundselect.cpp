@@ -1,80 +1,53 @@
 #include "cp932.h"
-#include "prompt.h"
 #include "scriptedprompt.h"
-#include "settings.h"
 #include "soundplayer.h"
 #include "soundselect.h"
-#include "tagstore.h"
+#include "tempstore.h"
+#include "testfiles.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 constexpr int SoundAt = 1273, SoundLength = 298, ChoiceAt = 1572;
 
-QByteArray fileBytes(const QString &path)
+// Record 1 with an arrival sound chosen; the player writes its audio to a file.
+struct Fixture : TempStore
 {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-QString write(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size() ? path : QString();
-}
-
-void click(SoundSelect &dialog, const QString &name)
-{
-    auto *button = dialog.findChild<QPushButton *>(name);
-    QVERIFY2(button, qPrintable(name));
-    button->click();
-}
+    SoundPlayer player;
+    ScriptedPrompt prompt;
+    Fixture()
+    {
+        EnvRecord env;
+        env.setText(Env::ArrivalSound, u"/snd/old.mid"_s);
+        env.setInteger(Env::ArrivalSoundChoice, 1);
+        QVERIFY(store.writeEnv(env));
+        player.mci().setAudioDriver(u"file"_s, path(u"o.raw"_s));
+    }
+    void click(SoundSelect &dialog, const QString &names)
+    {
+        for (const QString &name : names.split(u' '))
+            dialog.findChild<QPushButton *>(name)->click();
+    }
+};
 } // namespace
 
 class TestSoundSelect : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
     void entryStoresTheChoice_data();
     void entryStoresTheChoice();
     void replayAndClose_data();
     void replayAndClose();
     void fileDialogFilters();
-
-private:
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TagStore> m_store;
-    std::unique_ptr<Settings> m_settings;
-    // Record 1 as it stands now, for the object about to be made.
-    Settings &settings()
-    {
-        m_settings = std::make_unique<Settings>(*m_store);
-        m_settings->load();
-        return *m_settings;
-    }
-    SoundPlayer m_player;
-    ScriptedPrompt m_prompt;
 };
-
-void TestSoundSelect::init()
-{
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<TagStore>(m_dir->filePath(QStringLiteral("Pinboard.dt1")));
-    EnvRecord env;
-    env.setText(Env::ArrivalSound, QStringLiteral("/snd/old.mid"));
-    env.setInteger(Env::ArrivalSoundChoice, 1);
-    QVERIFY(m_store->writeEnv(env));
-    m_prompt.shown.clear();
-    m_player.mci().setAudioDriver(QStringLiteral("file"), m_dir->filePath(QStringLiteral("o.raw")));
-}
 
 void TestSoundSelect::entryStoresTheChoice_data()
 {
@@ -83,19 +56,12 @@ void TestSoundSelect::entryStoresTheChoice_data()
     QTest::addColumn<bool>("written");
     QTest::addColumn<QString>("stored");
     QTest::addColumn<int>("choice");
-    const QString old = QStringLiteral("/snd/old.mid");
-    QTest::newRow("chosen") << QStringLiteral("/snd/Alarm.WAV")
-                            << QStringLiteral("cmd_Sound cmd_Entry") << true
-                            << QStringLiteral("/snd/Alarm.WAV") << 1;
-    QTest::newRow("japanese") << QStringLiteral("/音/到着ｵﾝ.mid")
-                              << QStringLiteral("cmd_Sound cmd_Entry") << true
-                              << QStringLiteral("/音/到着ｵﾝ.mid") << 1;
-    QTest::newRow("deleted") << QString() << QStringLiteral("cmd_DelSound cmd_Entry") << true
-                             << QString() << 0;
-    QTest::newRow("dialog cancelled")
-        << QString() << QStringLiteral("cmd_Sound cmd_Entry") << true << old << 1;
-    QTest::newRow("cancel") << QStringLiteral("/snd/new.mid")
-                            << QStringLiteral("cmd_Sound cmd_Cancel") << false << old << 1;
+    const QString old = u"/snd/old.mid"_s, entry = u"cmd_Sound cmd_Entry"_s;
+    QTest::newRow("chosen") << u"/snd/Alarm.WAV"_s << entry << true << u"/snd/Alarm.WAV"_s << 1;
+    QTest::newRow("japanese") << u"/音/到着ｵﾝ.mid"_s << entry << true << u"/音/到着ｵﾝ.mid"_s << 1;
+    QTest::newRow("deleted") << QString() << u"cmd_DelSound cmd_Entry"_s << true << QString() << 0;
+    QTest::newRow("dialog cancelled") << QString() << entry << true << old << 1;
+    QTest::newRow("cancel") << u"/snd/new.mid"_s << u"cmd_Sound cmd_Cancel"_s << false << old << 1;
 }
 
 void TestSoundSelect::entryStoresTheChoice()
@@ -105,36 +71,32 @@ void TestSoundSelect::entryStoresTheChoice()
     QFETCH(bool, written);
     QFETCH(QString, stored);
     QFETCH(int, choice);
-    const QByteArray before = fileBytes(m_store->file().path());
-    SoundSelect dialog(settings(), m_player, m_prompt);
+    Fixture f;
+    const QByteArray before = fileBytes(f.store.file().path());
+    SoundSelect dialog(f.settings(), f.player, f.prompt);
     dialog.setFileChooser([&] { return chosen; });
-    QCOMPARE(dialog.findChild<QLineEdit *>(QStringLiteral("txt_Sound"))->text(),
-             QStringLiteral("/snd/old.mid"));
-    for (const QString &name : clicks.split(u' '))
-        click(dialog, name);
-
+    QCOMPARE(dialog.findChild<QLineEdit *>(u"txt_Sound"_s)->text(), u"/snd/old.mid"_s);
+    f.click(dialog, clicks);
     // Only the two fields change, and only on cmd_Entry.
     QByteArray expected = before;
     if (written) {
         expected.replace(SoundAt, SoundLength, Cp932::toField(stored, SoundLength));
         LE::setInt16(expected, ChoiceAt, qint16(choice));
     }
-    QCOMPARE(fileBytes(m_store->file().path()), expected);
+    QCOMPARE(fileBytes(f.store.file().path()), expected);
     QCOMPARE(dialog.result(), written ? QDialog::Accepted : QDialog::Rejected);
-    QCOMPARE(m_prompt.shown, QStringList());
+    QVERIFY(f.prompt.shown.isEmpty());
 }
 
 void TestSoundSelect::replayAndClose_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("playing");
-    QTest::addColumn<QStringList>("shown");
+    QTest::addColumn<QStringList>("shown"); // none: it plays
     // Type 0, one note of a second.
-    QTest::newRow("midi") << QByteArray::fromHex(
-                                 "4d546864 00000006 0000 0001 01e0 4d54726b 0000000d"
-                                 "00903c64 8740803c40 00ff2f00")
-                          << true << QStringList();
-    QTest::newRow("not midi") << QByteArray("text") << false
+    QTest::newRow("midi") << QByteArray::fromHex("4d546864 00000006 0000 0001 01e0 4d54726b "
+                                                 "0000000d 00903c64 8740803c40 00ff2f00")
+                          << QStringList();
+    QTest::newRow("not midi") << QByteArray("text")
                               << QStringList{QStringLiteral("MidiのﾌｧｲﾙのOpenに失敗しました。（"
                                                             "MIDIファイルとして読み込めません)")};
 }
@@ -142,37 +104,36 @@ void TestSoundSelect::replayAndClose_data()
 void TestSoundSelect::replayAndClose()
 {
     QFETCH(QByteArray, bytes);
-    QFETCH(bool, playing);
     QFETCH(QStringList, shown);
-    const QString path = write(m_dir->filePath(QStringLiteral("tune.mid")), bytes);
-    SoundSelect dialog(settings(), m_player, m_prompt);
+    Fixture f;
+    const QString path = f.path(u"tune.mid"_s);
+    QVERIFY(writeFile(path, bytes));
+    SoundSelect dialog(f.settings(), f.player, f.prompt);
     dialog.setFileChooser([&] { return path; });
     dialog.show();
-    click(dialog, QStringLiteral("cmd_Sound"));
-    click(dialog, QStringLiteral("cmd_Replay"));
-    QCOMPARE(m_player.midiPlaying(), playing);
-    QCOMPARE(m_player.mci().isPlaying(), playing);
+    f.click(dialog, u"cmd_Sound cmd_Replay"_s);
+    QCOMPARE(f.player.midiPlaying(), shown.isEmpty());
+    QCOMPARE(f.player.mci().isPlaying(), shown.isEmpty());
     dialog.close();
-    QVERIFY(!m_player.midiPlaying());
-    QVERIFY(!m_player.mci().isOpen());
-    QCOMPARE(m_prompt.shown, shown);
+    QVERIFY(!f.player.midiPlaying());
+    QVERIFY(!f.player.mci().isOpen());
+    QCOMPARE(f.prompt.shown, shown);
 }
 
 void TestSoundSelect::fileDialogFilters()
 {
-    QDir folder(m_dir->path());
-    QVERIFY(folder.mkdir(QStringLiteral("snd")) && folder.cd(QStringLiteral("snd")));
+    QTemporaryDir t;
+    QDir folder(t.path());
     for (const char *name : {"a.wav", "B.MID", "c.Mid", "d.txt", "e.midi"})
-        QVERIFY(!write(folder.filePath(QLatin1String(name)), "x").isEmpty());
+        QVERIFY(writeFile(folder.filePath(QLatin1String(name)), "x"));
     const auto dialog = SoundSelect::createFileDialog();
-    auto *types = dialog->findChild<QComboBox *>(QStringLiteral("fileTypeCombo"));
+    auto *types = dialog->findChild<QComboBox *>(u"fileTypeCombo"_s);
     QVERIFY(types && types->count() == 2);
-    QCOMPARE(types->itemText(0), QStringLiteral("音源形式(*.WAV;MID)"));
-    QCOMPARE(types->itemText(1), QStringLiteral("すべてのファイル(*.*)"));
-
+    QCOMPARE(types->itemText(0), u"音源形式(*.WAV;MID)"_s);
+    QCOMPARE(types->itemText(1), u"すべてのファイル(*.*)"_s);
     dialog->setDirectory(folder);
     dialog->show();
-    auto *list = dialog->findChild<QListView *>(QStringLiteral("listView"));
+    auto *list = dialog->findChild<QListView *>(u"listView"_s);
     QVERIFY(list);
     const auto shownNames = [list] {
         QStringList names;
@@ -181,9 +142,9 @@ void TestSoundSelect::fileDialogFilters()
         names.sort();
         return names.join(u' ');
     };
-    QTRY_COMPARE(shownNames(), QStringLiteral("B.MID a.wav c.Mid"));
+    QTRY_COMPARE(shownNames(), u"B.MID a.wav c.Mid"_s);
     dialog->selectNameFilter(dialog->nameFilters().at(1));
-    QTRY_COMPARE(shownNames(), QStringLiteral("B.MID a.wav c.Mid d.txt e.midi"));
+    QTRY_COMPARE(shownNames(), u"B.MID a.wav c.Mid d.txt e.midi"_s);
 }
 
 QTEST_MAIN(TestSoundSelect)

@@ -1,11 +1,10 @@
-#include "clock.h"
 #include "desktopdisplay.h"
 #include "editorhost.h"
 #include "maildesk.h"
 #include "mailsettingsfile.h"
 #include "mainmenu.h"
 #include "manualclock.h"
-#include "prompt.h"
+#include "messageboxprompt.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "settings.h"
@@ -18,36 +17,67 @@
 #include "tagwindow.h"
 #include "trayattach.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
-
+#include <QTimer>
 #include <ctime>
+
+using namespace Qt::StringLiterals;
+using Action = TrayMessages::Action;
+Q_DECLARE_METATYPE(TrayMessages::Action)
+
+namespace {
+QDateTime utc(int y, int m, int d, int h, int min = 0, int s = 0)
+{
+    return QDateTime(QDate(y, m, d), QTime(h, min, s), QTimeZone::utc());
+}
+
+// Record 1 and the tags, as an earlier run left them.
+void seed(const QString &dir, const EnvRecord &env, const QList<TagRecord> &tags = {})
+{
+    TagStore store(FileSet::forDirectory(dir).dt1);
+    QVERIFY(store.writeEnv(env));
+    for (TagRecord t : tags)
+        QVERIFY(store.addTag(t));
+}
+
+EnvRecord smtpTo(quint16 port)
+{
+    EnvRecord env;
+    env.setText(Env::SmtpServer, u"127.0.0.1"_s);
+    env.setLong(Env::SmtpPort, port);
+    env.setLong(Env::SmtpTimeStep, 0);
+    env.setText(Env::SmtpFrom, u"pin@example.com"_s);
+    return env;
+}
+} // namespace
 
 class TestTagMain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void lifeCycle();
-    void damagedEnvironmentEndsStartUp_data();
-    void damagedEnvironmentEndsStartUp();
-    void unwritableDirectoryEndsStartUp();
+    void startUpRefused_data();
+    void startUpRefused();
     void clockChangeBringsTheTickForward();
-    void dueTagsAppearAtStartUp();
-    void settingsEntriesWriteRecordOne();
-    void editorAndListsFromTheMenus();
+    void dueTagsAndTheirWindows();
+    void mainMenu();
     void dueMailTagGoesOutAtStartUp();
     void contentMailKeepsTheChoiceUntilSent();
-    void tagListFollowsTheScheduler();
     void trayRetries_data();
     void trayRetries();
+    void trayMessages_data();
+    void trayMessages();
+    void trayTipsRotate();
+    void questionDefaults();
 
 private:
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
@@ -58,26 +88,20 @@ void TestTagMain::lifeCycle()
 {
     QTemporaryDir dir;
     ScriptedPrompt prompt, secondPrompt;
-    const QString lock = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
     QVERIFY(main.firstRun());
     QCOMPARE(fileBytes(main.files().dt1), EnvRecord().bytes());
     QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
     QVERIFY(main.schedulerTimer().isActive());
-    QCOMPARE(main.trayIcon()->toolTip(),
-             QStringLiteral("DeskTop Pin Board\r\nﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"));
     QSignalSpy quit(&main, &TagMain::quitRequested);
     main.trayMenu()->actions().last()->trigger(); // 終了
     QCOMPARE(quit.count(), 1);
 
     TagMain second(dir.path(), secondPrompt, m_clock);
     QVERIFY(!second.start());
-    QCOMPARE(secondPrompt.shown, QStringList{QStringLiteral("既に起動されています。")});
-    QVERIFY(!second.isRunning());
-    // The first runs on untouched, its lock still in place.
-    QVERIFY(main.isRunning());
-    QCOMPARE(fileBytes(main.files().dt1), EnvRecord().bytes());
+    QCOMPARE(secondPrompt.shown, QStringList{u"既に起動されています。"_s});
+    QVERIFY(main.isRunning() && !second.isRunning());
     QVERIFY(!SingleInstance(dir.path()).tryAcquire());
     QVERIFY(prompt.shown.isEmpty());
 
@@ -85,68 +109,56 @@ void TestTagMain::lifeCycle()
     QVERIFY(!main.isRunning());
     QVERIFY(!main.schedulerTimer().isActive());
     QVERIFY(main.trayIcon() == nullptr);
-    QVERIFY(!QFile::exists(lock));
+    QVERIFY(!QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
     main.shutdown(); // twice is harmless
     EnvRecord env;
-    env.setText(Env::UserName, QStringLiteral("鈴木"));
+    env.setText(Env::UserName, u"鈴木"_s);
     QVERIFY(main.store().writeEnv(env));
     TagMain next(dir.path(), prompt, m_clock);
     QVERIFY(next.start());
     QVERIFY(!next.firstRun());
-    QCOMPARE(next.env().userName(), QStringLiteral("鈴木"));
+    QCOMPARE(next.env().userName(), u"鈴木"_s);
 }
 
-void TestTagMain::damagedEnvironmentEndsStartUp_data()
+void TestTagMain::startUpRefused_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    EnvRecord badNumber;
-    badNumber.setText(Env::NextTagNumber, QStringLiteral("abcde"));
-    QByteArray shortRecord = EnvRecord().bytes().first(2050);
-    QTest::newRow("next tag number not digits") << badNumber.bytes();
-    QTest::newRow("record 1 cut short") << shortRecord;
-    QTest::newRow("record 1 missing") << QByteArray(100, 'z');
+    QTest::addColumn<QByteArray>("content"); // null: the folder cannot be made
+    QTest::addColumn<QString>("text");
+    const QString corrupt = u"環境定義ファイルの内容が壊れています。\r\nPinboard.exeがあるﾃﾞｨﾚｸﾄﾘ "
+                            u"のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"_s;
+    EnvRecord badNumber, oneTag;
+    badNumber.setText(Env::NextTagNumber, u"abcde"_s);
+    QTest::newRow("next tag number not digits") << badNumber.bytes() << corrupt;
+    QTest::newRow("record 1 cut short") << EnvRecord().bytes().first(2050) << corrupt;
+    QTest::newRow("record 1 missing") << QByteArray(100, 'z') << corrupt;
     // A VersionCode spoilt to NULs sorts below "000940" but is no old file.
-    EnvRecord oneTag;
     oneTag.setTagCount(1);
     QByteArray nulCode = oneTag.bytes();
     nulCode.replace(1264, 6, QByteArray(6, '\0'));
     TagRecord tag;
-    tag.setMessage(QStringLiteral("消さないで"));
+    tag.setMessage(u"消さないで"_s);
     nulCode += QByteArray(TagRecord::SlotSize - nulCode.size(), '\0') + tag.serialize();
-    QTest::newRow("VersionCode of NULs") << nulCode;
+    QTest::newRow("VersionCode of NULs") << nulCode << corrupt;
+    QTest::newRow("unwritable folder") << QByteArray()
+                                       << u"予期せぬエラーが発生しました。"
+                                          u"ディスクが書込み禁止になっている可能性があります。"_s;
 }
 
-void TestTagMain::damagedEnvironmentEndsStartUp()
+void TestTagMain::startUpRefused()
 {
     QFETCH(QByteArray, content);
+    QFETCH(QString, text);
     QTemporaryDir dir;
-    QFile f(dir.filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(content);
-    f.close();
+    const QString folder = content.isNull() ? dir.filePath(u"gone"_s) : dir.path();
+    const QString dt1 = FileSet::forDirectory(folder).dt1;
+    QVERIFY(content.isNull() || writeFile(dt1, content));
     ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
+    TagMain main(folder, prompt, m_clock);
     QVERIFY(!main.start());
-    QCOMPARE(prompt.shown, QStringList{TagMain::corruptEnvText()});
-    QVERIFY(
-        prompt.shown.first().startsWith(QStringLiteral("環境定義ファイルの内容が壊れています。")));
-    QVERIFY(prompt.shown.first().endsWith(QStringLiteral(
-        "Pinboard.exeがあるﾃﾞｨﾚｸﾄﾘ のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。")));
-    QCOMPARE(fileBytes(f.fileName()), content); // nothing written over the damaged file
+    QCOMPARE(prompt.shown, QStringList{text});
+    QCOMPARE(fileBytes(dt1), content); // nothing written over the damaged file
     QVERIFY(!main.schedulerTimer().isActive());
-    QVERIFY(SingleInstance(dir.path()).tryAcquire());
-}
-
-void TestTagMain::unwritableDirectoryEndsStartUp()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt;
-    TagMain main(dir.filePath(QStringLiteral("gone")), prompt, m_clock);
-    QVERIFY(!main.start());
-    QCOMPARE(
-        prompt.shown,
-        QStringList{QStringLiteral(
-            "予期せぬエラーが発生しました。ディスクが書込み禁止になっている可能性があります。")});
+    QVERIFY(content.isNull() || SingleInstance(folder).tryAcquire());
 }
 
 void TestTagMain::clockChangeBringsTheTickForward()
@@ -155,7 +167,6 @@ void TestTagMain::clockChangeBringsTheTickForward()
     ScriptedPrompt prompt;
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
-    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     if (clock_settime(CLOCK_REALTIME, &now) != 0)
@@ -170,33 +181,37 @@ void TestTagMain::clockChangeBringsTheTickForward()
     QTRY_COMPARE(main.schedulerTimer().intervalMs(), 1000);
 }
 
-void TestTagMain::dueTagsAppearAtStartUp()
+void TestTagMain::dueTagsAndTheirWindows()
 {
     QTemporaryDir dir;
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(store.writeEnv(EnvRecord()));
-    TagRecord now, later, trashed;
-    now.setMessage(QStringLiteral("今すぐ"));
+    TagRecord now, later, trashed, meeting;
+    now.setMessage(u"今すぐ"_s);
     later.setByte(Tag::ScheduleKind, 1);
-    later.setDate(Tag::DisplayDateTime,
-                  QDateTime(QDate(2024, 5, 2), QTime(9, 0), QTimeZone::utc()));
+    later.setDate(Tag::DisplayDateTime, utc(2024, 5, 2, 9));
     trashed.setStateMark(TagRecord::InTrash);
-    for (TagRecord *t : {&now, &later, &trashed})
-        QVERIFY(store.addTag(*t));
+    meeting.setByte(Tag::ScheduleKind, 1); // up now, erased half a minute from now
+    meeting.setDate(Tag::DisplayDateTime, utc(2024, 5, 1, 9));
+    meeting.setDate(Tag::EraseDateTime, utc(2024, 5, 1, 10, 0, 30));
+    seed(dir.path(), EnvRecord(), {now, later, trashed, meeting});
+    ManualClock clock(m_clock.now());
     ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
+    TagMain main(dir.path(), prompt, clock);
     QVERIFY(main.start());
-    QCOMPARE(main.display()->shownTags(), QList<int>{1});
-    QCOMPARE(main.display()->window(1)->text(), QStringLiteral("今すぐ"));
+    QCOMPARE(main.display()->shownTags(), (QList<int>{1, 4}));
+    QCOMPARE(main.display()->window(1)->text(), u"今すぐ"_s);
     QCOMPARE(main.scheduler()->state(2), int(Scheduler::Waiting));
-    QCOMPARE(main.schedulerTimer().intervalMs(), 3600000); // tomorrow is more than an hour away
 
-    // Its pop-up menu: into the trash, and the window goes.
-    main.tagMenu()->prepare(1, false);
-    main.tagMenu()->entryAction(TagPopupMenu::Delete)->trigger();
-    QCOMPARE(store.readTag(1)->stateMark(), QStringLiteral("D"));
-    QVERIFY(main.display()->shownTags().isEmpty());
-    QVERIFY(prompt.shown.isEmpty());
+    // The list open on a tag follows the scheduler taking it down.
+    main.editors()->showTagList();
+    TagList *list = main.editors()->tagList();
+    QVERIFY(list->selectTag(4));
+    const QString shown = list->infoLabel()->text();
+    clock.advance(60);
+    main.scheduler()->SchedulerTick();
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
+    QCOMPARE(list->infoLabel()->text(),
+             TagListModel::describeLive(*main.store().readTag(4), false));
+    QVERIFY(list->infoLabel()->text() != shown);
 
     // A tag from another computer with no arrival sound chosen: a beep and the blink,
     // which a click on the tray icon ends.
@@ -207,18 +222,17 @@ void TestTagMain::dueTagsAppearAtStartUp()
     QVERIFY(main.display()->isBlinking());
     main.trayMessage(TrayMessages::LeftUp, false);
     QVERIFY(!main.display()->isBlinking());
+    QVERIFY(prompt.shown.isEmpty());
 }
 
-void TestTagMain::settingsEntriesWriteRecordOne()
+void TestTagMain::mainMenu()
 {
     QTemporaryDir dir;
     ScriptedPrompt prompt;
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
-    MainMenu *menu = main.mainMenu();
-    auto act = [&](const char *name) { return menu->action(QString::fromLatin1(name)); };
+    auto act = [&](const char *name) { return main.mainMenu()->action(QString::fromLatin1(name)); };
     QVERIFY(act("mnu_ScmTop")->isChecked() && act("mnu_AutoPosYes")->isChecked());
-
     act("mnu_ScmTop")->trigger();
     act("mnu_AutoPosNo")->trigger();
     act("mnu_BackColor_3")->trigger();
@@ -231,83 +245,62 @@ void TestTagMain::settingsEntriesWriteRecordOne()
     QVERIFY(act("mnu_AutoPosNo")->isChecked() && !act("mnu_AutoPosYes")->isChecked());
     QCOMPARE(main.env().byte(Env::AutoPosition), 0);
 
-    act("mnuStop")->trigger();
-    QCOMPARE(act("mnuStop")->text(), QStringLiteral("再開"));
-    QCOMPARE(main.trayIcon()->toolTip(), QStringLiteral("Pin Board Stoped"));
-    act("mnuStop")->trigger();
-    QCOMPARE(act("mnuStop")->text(), QStringLiteral("一時停止"));
-    QCOMPARE(main.trayIcon()->toolTip(), TagMain::trayTip());
-}
+    for (const QString &caption : {u"再開"_s, u"一時停止"_s}) {
+        act("mnuStop")->trigger();
+        QCOMPARE(act("mnuStop")->text(), caption);
+        QCOMPARE(main.trayIcon()->toolTip(),
+                 caption == u"再開"_s ? u"Pin Board Stoped"_s : TagMain::trayTip());
+    }
+    for (const QString &caption : {u"通信ﾛｸﾞ記録終了"_s, u"通信ﾛｸﾞ記録開始"_s}) {
+        act("mnu_LogStart")->trigger();
+        QCOMPARE(act("mnu_LogStart")->text(), caption);
+        const bool on = caption == u"通信ﾛｸﾞ記録終了"_s;
+        QCOMPARE(main.store().readEnv()->byte(Env::LogEnabled), on ? 1 : 0);
+        QCOMPARE(main.mail()->log().isEnabled(), on);
+    }
 
-void TestTagMain::editorAndListsFromTheMenus()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
-    QVERIFY(main.start());
-    auto act = [&](const char *name) { return main.mainMenu()->action(QString::fromLatin1(name)); };
-
-    // A new tag written in the editor goes on the desktop at once.
+    // A new tag written in the editor goes on the desktop at once; a second editor is refused.
     act("mnu_NewTag")->trigger();
     TagEntry *editor = main.editors()->editor();
     QVERIFY(editor);
     act("mnu_NewTag")->trigger();
     QCOMPARE(prompt.shown, QStringList{EditorHost::editorOpenText()});
     QCOMPARE(main.editors()->editor(), editor);
-    editor->findChild<QPlainTextEdit *>(QStringLiteral("txt_Message"))
-        ->setPlainText(QStringLiteral("新しい付箋"));
-    editor->findChild<QPushButton *>(QStringLiteral("Command1"))->click();
+    editor->findChild<QPlainTextEdit *>(u"txt_Message"_s)->setPlainText(u"新しい付箋"_s);
+    editor->findChild<QPushButton *>(u"Command1"_s)->click();
     QTRY_VERIFY(!main.editors()->editor());
-    QCOMPARE(main.store().readTag(1)->message(), QStringLiteral("新しい付箋"));
+    QCOMPARE(main.store().readTag(1)->message(), u"新しい付箋"_s);
     QCOMPARE(main.display()->shownTags(), QList<int>{1});
 
-    // The list shows it; the tag's own menu puts it into the trash, and both lists follow.
+    // The tag's own menu puts it into the trash; both lists follow, and back it comes.
     act("mnuList")->trigger();
     act("mnu_TrashDisp")->trigger();
     QListWidget *live = main.editors()->tagList()->list();
     QListWidget *trash = main.editors()->trashList()->list();
     QCOMPARE(live->count(), 1);
-    QCOMPARE(trash->count(), 0);
     main.tagMenu()->prepare(1, false);
     main.tagMenu()->entryAction(TagPopupMenu::Delete)->trigger();
+    QCOMPARE(main.store().readTag(1)->stateMark(), u"D"_s);
     QCOMPARE(live->count(), 0);
     QCOMPARE(trash->count(), 1);
     QVERIFY(main.display()->shownTags().isEmpty());
-
-    // Restored from the trash, it is shown again.
     main.editors()->trashList()->selectTag(1);
     main.editors()->trashList()->restoreSelected();
     QCOMPARE(main.display()->shownTags(), QList<int>{1});
     QCOMPARE(live->count(), 1);
-
-    // The log switch: caption and record 1.
-    act("mnu_LogStart")->trigger();
-    QCOMPARE(act("mnu_LogStart")->text(), QStringLiteral("通信ﾛｸﾞ記録終了"));
-    QCOMPARE(main.store().readEnv()->byte(Env::LogEnabled), 1);
-    QVERIFY(main.mail()->log().isEnabled());
-    act("mnu_LogStart")->trigger();
-    QCOMPARE(act("mnu_LogStart")->text(), QStringLiteral("通信ﾛｸﾞ記録開始"));
-    QVERIFY(!main.mail()->log().isEnabled());
 }
 
 void TestTagMain::dueMailTagGoesOutAtStartUp()
 {
     QTemporaryDir dir;
     ServerProcess server(dir.path());
-    QVERIFY(server.start(QStringLiteral("normal")));
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-    EnvRecord env;
-    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
-    env.setLong(Env::SmtpPort, server.port);
-    env.setText(Env::SmtpFrom, QStringLiteral("pin@example.com"));
-    QVERIFY(store.writeEnv(env));
+    QVERIFY(server.start(u"normal"_s));
     TagRecord tag;
-    tag.setMessage(QStringLiteral("メールで届く付箋"));
+    tag.setMessage(u"メールで届く付箋"_s);
     tag.setByte(Tag::MailFlag, 1);
-    QVERIFY(store.addTag(tag));
-    QVERIFY(MailSettingsFile(dir.filePath(QStringLiteral("Pinboard.dt4")))
-                .write(1, {QStringLiteral("件名"), {QStringLiteral("a@example.com")}, {}, {}}));
-
+    seed(dir.path(), smtpTo(server.port), {tag});
+    QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
+                .write(1, {u"件名"_s, {u"a@example.com"_s}, {}, {}}));
     ScriptedPrompt prompt;
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
@@ -316,7 +309,7 @@ void TestTagMain::dueMailTagGoesOutAtStartUp()
     QVERIFY(main.display()->shownTags().isEmpty()); // mailed, not shown
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
     QVERIFY(sent.first().at(0).toBool());
-    QVERIFY(server.commands().contains(QStringLiteral("RCPT TO:<a@example.com>")));
+    QVERIFY(server.commands().contains(u"RCPT TO:<a@example.com>"_s));
     QVERIFY(server.message(1).contains("Subject: "));
     QVERIFY(prompt.shown.isEmpty());
 }
@@ -325,26 +318,19 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
 {
     QTemporaryDir dir, refusingDir, normalDir;
     ServerProcess refusing(refusingDir.path()), normal(normalDir.path());
-    QVERIFY(refusing.start(QStringLiteral("reject-RCPT")) &&
-            normal.start(QStringLiteral("normal")));
+    QVERIFY(refusing.start(u"reject-RCPT"_s) && normal.start(u"normal"_s));
+    TagRecord tag;
+    tag.setMessage(u"本文"_s);
+    seed(dir.path(), smtpTo(refusing.port), {tag});
     const FileSet files = FileSet::forDirectory(dir.path());
     TagStore store(files.dt1);
-    EnvRecord env;
-    env.setText(Env::SmtpServer, QStringLiteral("127.0.0.1"));
-    env.setLong(Env::SmtpPort, refusing.port);
-    env.setLong(Env::SmtpTimeStep, 0);
-    QVERIFY(store.writeEnv(env));
-    TagRecord tag;
-    tag.setMessage(QStringLiteral("本文"));
-    QVERIFY(store.addTag(tag));
-
     ScriptedPrompt prompt;
     Settings settings(store);
     settings.load();
     MailDesk desk(files, store, settings, prompt, m_clock);
     QSignalSpy sent(&desk.sender(), &MailSender::sent);
     QSignalSpy notice(&desk, &MailDesk::notice);
-    const TagMailSettings chosen{QStringLiteral("至急"), {QStringLiteral("a@example.com")}, {}, {}};
+    const TagMailSettings chosen{u"至急"_s, {u"a@example.com"_s}, {}, {}};
     desk.sendContentTo(1, chosen);
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
     QCOMPARE(prompt.shown.size(), 1); // the failure
@@ -361,77 +347,94 @@ void TestTagMain::contentMailKeepsTheChoiceUntilSent()
     QCOMPARE(prompt.shown.size(), 1);
 }
 
-void TestTagMain::tagListFollowsTheScheduler()
-{
-    QTemporaryDir dir;
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-    QVERIFY(store.writeEnv(EnvRecord()));
-    TagRecord tag; // up now, erased half a minute from now
-    tag.setMessage(QStringLiteral("朝会"));
-    tag.setByte(Tag::ScheduleKind, 1);
-    tag.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
-    tag.setDate(Tag::EraseDateTime,
-                QDateTime(QDate(2024, 5, 1), QTime(10, 0, 30), QTimeZone::utc()));
-    QVERIFY(store.addTag(tag));
-    ManualClock clock(m_clock.now());
-    ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, clock);
-    QVERIFY(main.start());
-    QCOMPARE(main.display()->shownTags(), QList<int>{1});
-    main.editors()->showTagList();
-    TagList *list = main.editors()->tagList();
-    QVERIFY(list->selectTag(1));
-    const QString shown = list->infoLabel()->text();
-    clock.advance(60);
-    main.scheduler()->SchedulerTick();
-    QVERIFY(main.display()->shownTags().isEmpty());
-    QCOMPARE(list->infoLabel()->text(), TagListModel::describeLive(*store.readTag(1), false));
-    QVERIFY(list->infoLabel()->text() != shown);
-}
-
 void TestTagMain::trayRetries_data()
 {
     QTest::addColumn<int>("succeedOnTry"); // 0: never
     QTest::addColumn<QList<bool>>("answers");
-    QTest::addColumn<int>("questions");
-    QTest::addColumn<bool>("attached");
-    QTest::addColumn<bool>("givenUp");
-    QTest::newRow("at once") << 1 << QList<bool>{} << 0 << true << false;
-    QTest::newRow("on the 30th retry") << 31 << QList<bool>{} << 0 << true << false;
-    QTest::newRow("no after 30") << 0 << QList<bool>{false} << 1 << false << true;
-    QTest::newRow("yes, then found") << 40 << QList<bool>{true} << 1 << true << false;
-    QTest::newRow("yes twice, then no")
-        << 0 << QList<bool>{true, true, false} << 3 << false << true;
+    QTest::newRow("at once") << 1 << QList<bool>{};
+    QTest::newRow("on the 30th retry") << 31 << QList<bool>{};
+    QTest::newRow("no after 30") << 0 << QList<bool>{false};
+    QTest::newRow("yes, then found") << 40 << QList<bool>{true};
+    QTest::newRow("yes twice, then no") << 0 << QList<bool>{true, true, false};
 }
 
 void TestTagMain::trayRetries()
 {
     QFETCH(int, succeedOnTry);
     QFETCH(QList<bool>, answers);
-    QFETCH(int, questions);
-    QFETCH(bool, attached);
-    QFETCH(bool, givenUp);
     ScriptedPrompt prompt;
     prompt.answers = answers;
     int tries = 0;
     TrayAttach tray([&] { return ++tries == succeedOnTry; }, prompt);
     tray.setIntervalMs(1);
-    QSignalSpy attachedSpy(&tray, &TrayAttach::attached);
-    QSignalSpy givenUpSpy(&tray, &TrayAttach::givenUp);
+    QSignalSpy attached(&tray, &TrayAttach::attached);
+    QSignalSpy givenUp(&tray, &TrayAttach::givenUp);
     tray.start();
-    QTRY_VERIFY(!attachedSpy.isEmpty() || !givenUpSpy.isEmpty());
-    QCOMPARE(attachedSpy.count(), attached ? 1 : 0);
-    QCOMPARE(givenUpSpy.count(), givenUp ? 1 : 0);
-    QCOMPARE(prompt.shown.size(), questions);
-    for (const QString &text : prompt.shown)
-        QCOMPARE(text, QStringLiteral("タスクトレイのアイコン表示に失敗しました。\r\n再実行しますか"
-                                      "？　いいえを選択した場合はプログラムを終了します。"));
-    for (const QString &title : prompt.titles)
-        QCOMPARE(title, QStringLiteral("実行確認"));
-    // Each question comes after the first try and 30 more.
-    if (givenUp)
-        QCOMPARE(tries, 1 + 30 * questions);
+    QTRY_VERIFY(!attached.isEmpty() || !givenUp.isEmpty());
+    QCOMPARE(attached.count() + 2 * givenUp.count(), succeedOnTry ? 1 : 2);
+    // Each question, all of them asked, comes after the first try and 30 more.
+    const QString question = u"タスクトレイのアイコン表示に失敗しました。\r\n再実行しますか"
+                             u"？　いいえを選択した場合はプログラムを終了します。"_s;
+    QCOMPARE(prompt.shown, QStringList(answers.size(), question));
+    QCOMPARE(prompt.titles, QStringList(answers.size(), u"実行確認"_s));
+    QCOMPARE(tries, succeedOnTry ? succeedOnTry : 1 + 30 * int(answers.size()));
     QVERIFY(!tray.isRetrying());
+}
+
+void TestTagMain::trayMessages_data()
+{
+    QTest::addColumn<int>("message");
+    QTest::addColumn<bool>("shift");
+    QTest::addColumn<Action>("action");
+    QTest::newRow("move") << 0x200 << false << Action::ShowTip;
+    QTest::newRow("left down") << 0x201 << false << Action::None;
+    QTest::newRow("left up") << 0x202 << false << Action::RaiseTags;
+    QTest::newRow("shift left up") << 0x202 << true << Action::ScreenCopy;
+    QTest::newRow("double-click") << 0x203 << false << Action::NewTag;
+    QTest::newRow("right down") << 0x204 << false << Action::OpenMenu;
+    QTest::newRow("right up is ignored") << 0x205 << false << Action::None;
+    QTest::newRow("below the range") << 0x1FF << false << Action::None;
+}
+
+void TestTagMain::trayMessages()
+{
+    QFETCH(int, message);
+    QFETCH(bool, shift);
+    QFETCH(Action, action);
+    TrayMessages tray;
+    QCOMPARE(tray.decode(message, shift), action);
+    if (action != Action::ShowTip)
+        QCOMPARE(tray.tooltipIndex(), 0);
+}
+
+void TestTagMain::trayTipsRotate()
+{
+    const QStringList lines{u"ﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"_s, u"右ｸﾘｯｸで設定ﾒﾆｭｰ表示"_s,
+                            u"左ｸﾘｯｸで付箋を前面に表示"_s}; // no screen copy to advertise
+    TrayMessages tray;
+    for (int i = 0; i < 6; ++i) {
+        tray.decode(TrayMessages::MouseMove, false);
+        QCOMPARE(tray.currentTip(), u"DeskTop Pin Board\r\n"_s + lines[i % 3]);
+        tray.decode(TrayMessages::LeftUp, false); // clicks do not move the rotation
+    }
+}
+
+// Enter on a message box takes its default button: No when Yes would lose something.
+void TestTagMain::questionDefaults()
+{
+    for (const bool destructive : {false, true}) {
+        MessageBoxPrompt prompt;
+        bool answered = false;
+        QTimer::singleShot(0, this, [&] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            QTest::keyClick(box, Qt::Key_Return);
+            answered = true;
+        });
+        const QString text = u"削除します。よろしいですか？"_s;
+        QCOMPARE(destructive ? prompt.askDestructive(text) : prompt.ask(text), !destructive);
+        QVERIFY(answered);
+    }
 }
 
 QTEST_MAIN(TestTagMain)

@@ -1,11 +1,14 @@
 #include "fileopener.h"
 #include "prompt.h"
 #include "scriptedprompt.h"
+#include "testfiles.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 // A desktop of its own in a temporary directory: MIME types by suffix, applications
 // that are shell scripts, and the association files pointing between them.
@@ -16,41 +19,30 @@ private Q_SLOTS:
     void initTestCase();
     void association_data();
     void association();
-    void failure_data();
-    void failure();
     void launch();
 
 private:
     QString path(const QString &relative) const { return m_root.filePath(relative); }
-    void write(const QString &relative, const QByteArray &content);
-    void addApp(const QString &relative, const QByteArray &exec, const QByteArray &extra = {});
-
+    void write(const QString &relative, const QByteArray &content)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(path(relative)).absolutePath()));
+        QVERIFY(writeFile(path(relative), content));
+    }
+    void addApp(const QString &relative, const QByteArray &exec, const QByteArray &extra = {})
+    {
+        write(relative,
+              "[Desktop Entry]\nType=Application\nName=Fake\nExec=" + exec + "\n" + extra);
+    }
     QTemporaryDir m_root;
 };
 
-void TestFileOpener::write(const QString &relative, const QByteArray &content)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path(relative)).absolutePath()));
-    QFile file(path(relative));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-void TestFileOpener::addApp(const QString &relative, const QByteArray &exec,
-                            const QByteArray &extra)
-{
-    write(relative, "[Desktop Entry]\nType=Application\nName=Fake\nExec=" + exec + "\n" + extra);
-}
-
 void TestFileOpener::initTestCase()
 {
-    QVERIFY(m_root.isValid());
-    qputenv("XDG_CONFIG_HOME", path(QStringLiteral("config")).toUtf8());
-    qputenv("XDG_CONFIG_DIRS", path(QStringLiteral("etc")).toUtf8());
-    qputenv("XDG_DATA_HOME", path(QStringLiteral("data")).toUtf8());
-    qputenv("XDG_DATA_DIRS", path(QStringLiteral("share")).toUtf8());
+    qputenv("XDG_CONFIG_HOME", path(u"config"_s).toUtf8());
+    qputenv("XDG_CONFIG_DIRS", path(u"etc"_s).toUtf8());
+    qputenv("XDG_DATA_HOME", path(u"data"_s).toUtf8());
+    qputenv("XDG_DATA_DIRS", path(u"share"_s).toUtf8());
     qunsetenv("XDG_CURRENT_DESKTOP");
-
     QByteArray types = "<?xml version=\"1.0\"?>\n<mime-info "
                        "xmlns=\"http://www.freedesktop.org/standards/shared-mime-info\">\n";
     for (const char *name :
@@ -58,71 +50,73 @@ void TestFileOpener::initTestCase()
         types += QByteArray("<mime-type type=\"application/x-pb-") + name +
                  "\"><glob pattern=\"*.pb" + name + "\"/></mime-type>\n";
     types += "<mime-type type=\"application/x-pb-child\"><sub-class-of "
-             "type=\"application/x-pb-cached\"/>"
-             "<glob pattern=\"*.pbchild\"/></mime-type>\n</mime-info>\n";
-    write(QStringLiteral("share/mime/packages/pinboard-test.xml"), types);
+             "type=\"application/x-pb-cached\"/><glob pattern=\"*.pbchild\"/></mime-type>\n"
+             "</mime-info>\n";
+    write(u"share/mime/packages/pinboard-test.xml"_s, types);
 
     // Every program records its arguments and working directory, one per line.
-    const QByteArray bin = path(QStringLiteral("bin")).toUtf8();
+    const QByteArray bin = path(u"bin"_s).toUtf8();
     for (const char *name :
          {"default", "cached", "added", "listed", "hidden", "removed", "record app"}) {
-        const QString script = QStringLiteral("bin/") + QString::fromLatin1(name);
+        const QString script = u"bin/"_s + QString::fromLatin1(name);
         write(script, "#!/bin/sh\nout=\"" + bin +
-                          "/ran\"\n"
-                          "{ printf '%s\\n' \"$#\" \"$@\"; pwd; } > \"$out.tmp\" && mv "
+                          "/ran\"\n{ printf '%s\\n' \"$#\" \"$@\"; pwd; } > \"$out.tmp\" && mv "
                           "\"$out.tmp\" \"$out\"\n");
         QVERIFY(QFile::setPermissions(path(script),
                                       QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
-    addApp(QStringLiteral("share/applications/pb-default.desktop"), bin + "/default %f");
-    addApp(QStringLiteral("share/applications/pb-cached.desktop"), bin + "/cached %U");
-    addApp(QStringLiteral("share/applications/vendor/added.desktop"), bin + "/added");
-    addApp(QStringLiteral("share/applications/pb-hidden.desktop"), bin + "/hidden %f");
-    addApp(QStringLiteral("data/applications/pb-hidden.desktop"), bin + "/hidden %f",
-           "Hidden=true\n");
-    addApp(QStringLiteral("share/applications/tools/listed.desktop"), bin + "/listed %f",
+    addApp(u"share/applications/pb-default.desktop"_s, bin + "/default %f");
+    addApp(u"share/applications/pb-cached.desktop"_s, bin + "/cached %U");
+    addApp(u"share/applications/vendor/added.desktop"_s, bin + "/added");
+    addApp(u"share/applications/pb-hidden.desktop"_s, bin + "/hidden %f");
+    addApp(u"data/applications/pb-hidden.desktop"_s, bin + "/hidden %f", "Hidden=true\n");
+    addApp(u"share/applications/tools/listed.desktop"_s, bin + "/listed %f",
            "MimeType=text/plain;application/x-pb-listed;\n");
-    addApp(QStringLiteral("share/applications/pb-gone.desktop"), bin + "/removed %f",
+    addApp(u"share/applications/pb-gone.desktop"_s, bin + "/removed %f",
            "MimeType=application/x-pb-removed;\n");
-    addApp(QStringLiteral("share/applications/pb-broken.desktop"), "/nonexistent/pinboard-none %f");
-    addApp(QStringLiteral("data/applications/pb-record.desktop"),
+    addApp(u"share/applications/pb-broken.desktop"_s, "/nonexistent/pinboard-none %f");
+    addApp(u"data/applications/pb-record.desktop"_s,
            "\"" + bin + "/record app\" %f %i %c --mode=%%x");
-
-    write(QStringLiteral("config/mimeapps.list"),
+    write(u"config/mimeapps.list"_s,
           "[Default Applications]\n"
           "application/x-pb-default=pb-notinstalled.desktop;pb-default.desktop;\n"
           "application/x-pb-launch=pb-record.desktop\n"
           "application/x-pb-broken=pb-broken.desktop\n");
-    write(QStringLiteral("etc/mimeapps.list"),
+    write(u"etc/mimeapps.list"_s,
           "[Removed Associations]\napplication/x-pb-removed=pb-gone.desktop;\n");
-    write(QStringLiteral("data/applications/mimeapps.list"),
+    write(u"data/applications/mimeapps.list"_s,
           "[Added Associations]\napplication/x-pb-added=vendor-added.desktop;\n");
-    write(QStringLiteral("share/applications/mimeinfo.cache"),
+    write(u"share/applications/mimeinfo.cache"_s,
           "[MIME Cache]\napplication/x-pb-cached=pb-cached.desktop;\n"
           "application/x-pb-default=pb-cached.desktop;\n"
           "application/x-pb-hidden=pb-hidden.desktop;\n"
           "application/x-pb-removed=pb-gone.desktop;\n");
-
     for (const char *name :
          {"default", "cached", "added", "listed", "hidden", "removed", "none", "broken", "child"})
-        write(QStringLiteral("files/a.pb") + QString::fromLatin1(name), "note\n");
-    write(QStringLiteral("files/my note.pblaunch"), "note\n");
+        write(u"files/a.pb"_s + QString::fromLatin1(name), "note\n");
+    write(u"files/my note.pblaunch"_s, "note\n");
 }
 
 void TestFileOpener::association_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("program"); // under bin/, empty for none
+    QTest::addColumn<int>("code");        // of a failed opening, and what the user is told
+    QTest::addColumn<QString>("text");
+    const QString none = u"指定ファイルには、関連付けがありません。"_s;
     // clang-format off
-    QTest::newRow("default skips an uninstalled one") << "a.pbdefault"      << "default";
-    QTest::newRow("mimeinfo.cache only")              << "a.pbcached"       << "cached";
-    QTest::newRow("added, id naming a subdirectory")  << "a.pbadded"        << "added";
-    QTest::newRow("MimeType= line only")              << "a.pblisted"       << "listed";
-    QTest::newRow("parent type's application")        << "a.pbchild"        << "cached";
-    QTest::newRow("hidden in data home")              << "a.pbhidden"       << "";
-    QTest::newRow("removed association")              << "a.pbremoved"      << "";
-    QTest::newRow("no association")                   << "a.pbnone"         << "";
-    QTest::newRow("missing file")                     << "absent.pbdefault" << "";
+    QTest::newRow("default skips an uninstalled one") << "a.pbdefault" << "default" << 0 << "";
+    QTest::newRow("mimeinfo.cache only")              << "a.pbcached"  << "cached"  << 0 << "";
+    QTest::newRow("added, id naming a subdirectory")  << "a.pbadded"   << "added"   << 0 << "";
+    QTest::newRow("MimeType= line only")              << "a.pblisted"  << "listed"  << 0 << "";
+    QTest::newRow("parent type's application")        << "a.pbchild"   << "cached"  << 0 << "";
+    QTest::newRow("hidden in data home")              << "a.pbhidden"  << ""        << 31 << none;
+    QTest::newRow("removed association")              << "a.pbremoved" << ""        << 31 << none;
+    QTest::newRow("no association")                   << "a.pbnone"    << ""        << 31 << none;
+    QTest::newRow("missing file") << "absent.pbdefault" << "" << 2 << "処理が失敗しました。";
+    QTest::newRow("program missing")
+        << "a.pbbroken" << "/nonexistent/pinboard-none" << 27
+        << "ファイルの関連付けが不完全か無効です。";
     // clang-format on
 }
 
@@ -130,32 +124,13 @@ void TestFileOpener::association()
 {
     QFETCH(QString, file);
     QFETCH(QString, program);
-    const QString expected = program.isEmpty() ? QString() : path(QStringLiteral("bin/") + program);
-    QCOMPARE(associatedProgram(path(QStringLiteral("files/") + file)), expected);
-}
-
-void TestFileOpener::failure_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text");
-    const QString none = QStringLiteral("指定ファイルには、関連付けがありません。");
-    const QString invalid = QStringLiteral("ファイルの関連付けが不完全か無効です。");
-    const QString failed = QStringLiteral("処理が失敗しました。");
-    // clang-format off
-    QTest::newRow("no association")      << "a.pbnone"         << 31 << none;
-    QTest::newRow("removed association") << "a.pbremoved"      << 31 << none;
-    QTest::newRow("missing file")        << "absent.pbdefault" << 2  << failed;
-    QTest::newRow("program missing")     << "a.pbbroken"       << 27 << invalid;
-    // clang-format on
-}
-
-void TestFileOpener::failure()
-{
-    QFETCH(QString, file);
     QFETCH(int, code);
     QFETCH(QString, text);
-    const QString target = path(QStringLiteral("files/") + file);
+    const QString target = path(u"files/"_s + file);
+    QCOMPARE(associatedProgram(target),
+             program.isEmpty() || program.startsWith(u'/') ? program : path(u"bin/"_s + program));
+    if (code == 0)
+        return;
     QCOMPARE(openWithAssociation(target), code);
     ScriptedPrompt prompt;
     QVERIFY(!OpenFileWithAssociation(target, prompt));
@@ -165,21 +140,14 @@ void TestFileOpener::failure()
 
 void TestFileOpener::launch()
 {
-    const QString target = path(QStringLiteral("files/my note.pblaunch"));
-    QCOMPARE(associatedProgram(target), path(QStringLiteral("bin/record app")));
+    const QString target = path(u"files/my note.pblaunch"_s);
+    QCOMPARE(associatedProgram(target), path(u"bin/record app"_s));
     ScriptedPrompt prompt;
     QVERIFY(OpenFileWithAssociation(target, prompt));
     QVERIFY(prompt.shown.isEmpty());
-
-    const QStringList expected{QStringLiteral("2"), target, QStringLiteral("--mode=%x"),
-                               path(QStringLiteral("files"))};
-    const auto ran = [this] {
-        QFile file(path(QStringLiteral("bin/ran")));
-        return file.open(QIODevice::ReadOnly)
-                   ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                   : QStringList();
-    };
-    QTRY_COMPARE(ran(), expected);
+    const QStringList expected{u"2"_s, target, u"--mode=%x"_s, path(u"files"_s)};
+    QTRY_COMPARE(QString::fromUtf8(fileBytes(path(u"bin/ran"_s))).split(u'\n', Qt::SkipEmptyParts),
+                 expected);
 }
 
 QTEST_GUILESS_MAIN(TestFileOpener)

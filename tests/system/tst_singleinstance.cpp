@@ -1,13 +1,15 @@
 #include "runlocation.h"
 #include "singleinstance.h"
+#include "testfiles.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 class TestSingleInstance : public QObject
 {
@@ -16,26 +18,21 @@ private Q_SLOTS:
     void oneHolderPerDirectory();
     void staleLocksAreTakenOver_data();
     void staleLocksAreTakenOver();
-    void heldOnlyWhileTheOwnerRuns();
-    void otherDirectoriesAreIndependent();
     void runLocation();
 };
 
 void TestSingleInstance::oneHolderPerDirectory()
 {
-    QTemporaryDir dir;
-    SingleInstance first(dir.path());
-    SingleInstance second(dir.path());
+    QTemporaryDir dir, other, tmp;
+    SingleInstance first(dir.path()), second(dir.path()), elsewhere(other.path());
     QVERIFY(first.tryAcquire());
     QVERIFY(QFile::exists(first.lockPath()));
     QVERIFY(!second.tryAcquire());
-    QVERIFY(first.isHeld());
+    QVERIFY(elsewhere.tryAcquire());
     first.release();
     QVERIFY(!QFile::exists(first.lockPath()));
     QVERIFY(second.tryAcquire());
-
-    QTemporaryDir tmp;
-    SingleInstance nowhere(tmp.filePath(QStringLiteral("missing")));
+    SingleInstance nowhere(tmp.filePath(u"missing"_s));
     QCOMPARE(nowhere.acquire(), SingleInstance::Result::NotWritable);
 }
 
@@ -44,15 +41,12 @@ void TestSingleInstance::staleLocksAreTakenOver_data()
     QTest::addColumn<QByteArray>("content"); // what the lock file holds
     QTest::addColumn<int>("kind");           // 0 a file, 1 an empty directory, 2 a full one
     QProcess gone;
-    gone.start(QStringLiteral("true"), {});
+    gone.start(u"true"_s, {});
     gone.waitForFinished();
-    const QByteArray here = QSysInfo::machineHostName().toUtf8();
-    QTest::newRow("crashed owner")
-        << QByteArray::number(gone.processId()) + "\npinboard\n" + here + "\n"
-        << 0;
+    const QByteArray here = "\npinboard\n" + QSysInfo::machineHostName().toUtf8() + "\n";
+    QTest::newRow("crashed owner") << QByteArray::number(gone.processId()) + here << 0;
     QTest::newRow("a live process of this host")
-        << QByteArray::number(QCoreApplication::applicationPid()) + "\npinboard\n" + here + "\n"
-        << 0;
+        << QByteArray::number(QCoreApplication::applicationPid()) + here << 0;
     QTest::newRow("another host") << QByteArray("4242\npinboard\nsomewhere-else\n") << 0;
     QTest::newRow("empty (power cut)") << QByteArray() << 0;
     QTest::newRow("garbled") << QByteArray("\xff\xfe\0garbage") << 0;
@@ -66,15 +60,8 @@ void TestSingleInstance::staleLocksAreTakenOver()
     QFETCH(int, kind);
     QTemporaryDir dir;
     const QString path = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
-    if (kind == 0) {
-        QFile lock(path);
-        QVERIFY(lock.open(QIODevice::WriteOnly));
-        lock.write(content);
-    } else {
-        QVERIFY(QDir().mkdir(path));
-        if (kind == 2)
-            QVERIFY(QFile(path + QStringLiteral("/keep")).open(QIODevice::WriteOnly));
-    }
+    QVERIFY(kind == 0 ? writeFile(path, content) : QDir().mkdir(path));
+    QVERIFY(kind != 2 || writeFile(path + u"/keep"_s, "x"));
     SingleInstance next(dir.path());
     QCOMPARE(next.acquire(), SingleInstance::Result::Acquired);
     QVERIFY(QFileInfo(path).isFile());
@@ -82,43 +69,13 @@ void TestSingleInstance::staleLocksAreTakenOver()
         QCOMPARE(QDir(dir.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
 }
 
-void TestSingleInstance::heldOnlyWhileTheOwnerRuns()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QString::fromLatin1(SingleInstance::LockName));
-    // Another process holds the lock the way a running Pinboard does.
-    QProcess owner;
-    owner.start(QStringLiteral("python3"), {QStringLiteral("-c"),
-                                            QStringLiteral("import fcntl, sys, time\n"
-                                                           "f = open(sys.argv[1], 'a')\n"
-                                                           "fcntl.flock(f, fcntl.LOCK_EX)\n"
-                                                           "print('held', flush=True)\n"
-                                                           "time.sleep(30)\n"),
-                                            path});
-    QVERIFY(owner.waitForReadyRead(5000));
-    SingleInstance second(dir.path());
-    QCOMPARE(second.acquire(), SingleInstance::Result::HeldByAnother);
-    owner.kill();
-    owner.waitForFinished();
-    QCOMPARE(second.acquire(), SingleInstance::Result::Acquired);
-}
-
-void TestSingleInstance::otherDirectoriesAreIndependent()
-{
-    QTemporaryDir a, b;
-    SingleInstance one(a.path()), two(b.path());
-    QVERIFY(one.tryAcquire());
-    QVERIFY(two.tryAcquire());
-}
-
 void TestSingleInstance::runLocation()
 {
-    QVERIFY(isNetworkPath(QStringLiteral("\\\\server\\share\\pin")));
-    QVERIFY(!isNetworkPath(QStringLiteral("Z:\\pin")));
+    QVERIFY(isNetworkPath(u"\\\\server\\share\\pin"_s));
+    QVERIFY(!isNetworkPath(u"Z:\\pin"_s));
     QTemporaryDir tmp;
     QCOMPARE(checkRunLocation(tmp.path()), RunLocation::Ok);
-    QCOMPARE(checkRunLocation(tmp.filePath(QStringLiteral("missing/deeper"))),
-             RunLocation::NotWritable);
+    QCOMPARE(checkRunLocation(tmp.filePath(u"missing/deeper"_s)), RunLocation::NotWritable);
 }
 
 QTEST_GUILESS_MAIN(TestSingleInstance)

@@ -1,47 +1,24 @@
-// The login manager's sleep signal on a private bus of our own, and the scheduler
-// catching up after a long sleep as soon as it hears of the wake-up.
-#include "clock.h"
+// The watchers of the system: the login manager's sleep signal on a private bus of our own, and the
+// scheduler catching up after a long sleep as soon as it hears of the wake-up.
 #include "manualclock.h"
-#include "prompt.h"
+#include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "sleepwatcher.h"
 #include "tagstore.h"
+#include "testfiles.h"
+#include "zonewatcher.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 
-namespace {
-class FakeDisplay final : public TagDisplay
-{
-public:
-    void showTag(int k, const TagRecord &) override
-    {
-        log << QStringLiteral("show %1").arg(k), shown.insert(k);
-    }
-    void takeDown(int k) override { log << QStringLiteral("down %1").arg(k), shown.remove(k); }
-    bool isShown(int k) const override { return shown.contains(k); }
-    void openFile(int k, const QString &) override { log << QStringLiteral("open %1").arg(k); }
-    void playSound(const QString &) override {}
-    void beep() override {}
-    void startBlink() override {}
-    void sendMail(int k, const TagRecord &) override { log << QStringLiteral("mail %1").arg(k); }
-    QStringList log;
-    QSet<int> shown;
-};
-
-QDateTime wall(int y, int m, int d, int h, int n)
-{
-    return QDateTime(QDate(y, m, d), QTime(h, n), QTimeZone::utc());
-}
-} // namespace
+using namespace Qt::StringLiterals;
 
 class TestSleepWatcher : public QObject
 {
@@ -49,21 +26,18 @@ class TestSleepWatcher : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
-    void signalsBothWays();
     void scheduleCatchesUpAfterSleep();
+    void zoneChangesAreNoticedWithinASecond();
 
 private:
     void prepareForSleep(bool sleeping);
-
     QProcess m_bus;
     QString m_address;
 };
 
 void TestSleepWatcher::initTestCase()
 {
-    m_bus.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                 QStringLiteral("--print-address=1")});
+    m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     if (!m_bus.waitForStarted(5000))
         QSKIP("dbus-daemon cannot be started");
     QTRY_VERIFY_WITH_TIMEOUT(m_bus.canReadLine(), 5000);
@@ -73,80 +47,91 @@ void TestSleepWatcher::initTestCase()
 
 void TestSleepWatcher::cleanupTestCase()
 {
-    QDBusConnection::disconnectFromBus(QStringLiteral("sender"));
+    QDBusConnection::disconnectFromBus(u"sender"_s);
     m_bus.terminate();
     m_bus.waitForFinished(5000);
 }
 
 void TestSleepWatcher::prepareForSleep(bool sleeping)
 {
-    QDBusConnection sender = QDBusConnection::connectToBus(m_address, QStringLiteral("sender"));
-    QVERIFY(sender.isConnected());
+    QDBusConnection sender = QDBusConnection::connectToBus(m_address, u"sender"_s);
     QDBusMessage signal = QDBusMessage::createSignal(
-        QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
-        QStringLiteral("PrepareForSleep"));
-    signal << sleeping;
-    QVERIFY(sender.send(signal));
-}
-
-void TestSleepWatcher::signalsBothWays()
-{
-    SleepWatcher watcher(m_address);
-    QVERIFY(watcher.isActive());
-    QSignalSpy sleeping(&watcher, &SleepWatcher::sleeping);
-    QSignalSpy resumed(&watcher, &SleepWatcher::resumed);
-    prepareForSleep(true);
-    QVERIFY(sleeping.wait(2000));
-    QCOMPARE(resumed.count(), 0);
-    prepareForSleep(false);
-    QVERIFY(resumed.wait(2000));
-    QCOMPARE(sleeping.count(), 1);
+        u"/org/freedesktop/login1"_s, u"org.freedesktop.login1.Manager"_s, u"PrepareForSleep"_s);
+    QVERIFY(sender.send(signal << sleeping));
 }
 
 void TestSleepWatcher::scheduleCatchesUpAfterSleep()
 {
     QTemporaryDir dir;
-    TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
+    TagStore store(dir.filePath(u"Pinboard.dt1"_s));
     QVERIFY(store.writeEnv(EnvRecord()));
-    auto add = [&](int kind, const QDateTime &display,
-                   const std::function<void(TagRecord &)> &tweak = {}) {
+    auto add = [&](int kind, int y, int m, int d, int h, int flag = -1, int eraseHour = 0) {
         TagRecord t;
         t.setByte(Tag::ScheduleKind, kind);
-        t.setDate(Tag::DisplayDateTime, display);
-        if (tweak)
-            tweak(t);
-        return store.addTag(t).value_or(0);
+        t.setDate(Tag::DisplayDateTime, QDateTime(QDate(y, m, d), QTime(h, 0), QTimeZone::utc()));
+        if (flag >= 0)
+            t.setByte(flag, 1);
+        if (eraseHour)
+            t.setDate(Tag::EraseDateTime,
+                      QDateTime(QDate(y, m, d), QTime(eraseHour, 30), QTimeZone::utc()));
+        QVERIFY(store.addTag(t));
     };
-    add(2, wall(1900, 1, 1, 10, 0)); // 1: shows
-    add(2, wall(1900, 1, 1, 11, 0),
-        [](TagRecord &t) { t.setByte(Tag::OpenFileFlag, 1); }); // 2: too late
-    add(2, wall(1900, 1, 1, 12, 0),
-        [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); }); // 3: too late
-    add(1, wall(2024, 5, 1, 12, 0),
-        [](TagRecord &t) { t.setByte(Tag::MailFlag, 1); }); // 4: dated mail goes
-    add(1, wall(2024, 5, 1, 8, 0),
-        [](TagRecord &t) { t.setDate(Tag::EraseDateTime, wall(2024, 5, 1, 11, 30)); });
+    add(2, 1900, 1, 1, 10);                    // 1: daily, shows
+    add(2, 1900, 1, 1, 11, Tag::OpenFileFlag); // 2: too late to open its file
+    add(2, 1900, 1, 1, 12, Tag::MailFlag);     // 3: too late to mail
+    add(1, 2024, 5, 1, 12, Tag::MailFlag);     // 4: a dated mail still goes
+    add(1, 2024, 5, 1, 8, -1, 11);             // 5: up now, erased at 11:30
     ManualClock clock(QDateTime(QDate(2024, 5, 1), QTime(9, 0), Qt::LocalTime));
     ScriptedPrompt prompt;
-    FakeDisplay display;
+    RecordingDisplay display;
     SchedulerTimer timer;
     Scheduler scheduler(store, clock, prompt, display, timer);
     scheduler.loadAll();
-    QCOMPARE(display.log, QStringList{QStringLiteral("show 5")});
-    display.log.clear();
+    QCOMPARE(display.take(), QStringList{u"show 5"_s});
 
     SleepWatcher watcher(m_address);
+    QVERIFY(watcher.isActive());
+    QSignalSpy sleeping(&watcher, &SleepWatcher::sleeping);
     connect(&watcher, &SleepWatcher::resumed, &scheduler, &Scheduler::reevaluateAll);
     prepareForSleep(true);
+    QVERIFY(sleeping.wait(2000));
     clock.advance(4 * 3600); // the timer's hour stood still while asleep
+    QVERIFY(display.log.isEmpty());
     QElapsedTimer sinceWake;
     sinceWake.start();
     prepareForSleep(false);
     QTRY_VERIFY_WITH_TIMEOUT(!display.log.isEmpty(), 1000);
     qInfo("tags brought up to date %lld ms after the wake-up signal", sinceWake.elapsed());
-    QCOMPARE(display.log, (QStringList{QStringLiteral("show 1"), QStringLiteral("mail 4"),
-                                       QStringLiteral("down 5")}));
+    QCOMPARE(display.log.join(u", "), u"show 1, blink, mail 4, down 5"_s);
+    QCOMPARE(sleeping.count(), 1);
     QVERIFY(timer.isActive());
+}
+
+void TestSleepWatcher::zoneChangesAreNoticedWithinASecond()
+{
+    const QByteArray tz = qgetenv("TZ");
+    QTemporaryDir dir;
+    const QString localtime = dir.filePath(u"localtime"_s);
+    const QString timezone = dir.filePath(u"timezone"_s);
+    QVERIFY(writeFile(localtime, "TZif Asia/Tokyo") && writeFile(timezone, "Asia/Tokyo\n"));
+    ZoneWatcher watcher({localtime, timezone});
+    QVERIFY(watcher.isActive());
+    QSignalSpy changed(&watcher, &ZoneWatcher::zoneChanged);
+    // Something else in the same folder is not a change of zone.
+    QVERIFY(writeFile(dir.filePath(u"other"_s), "x"));
+    QTest::qWait(600);
+    QCOMPARE(changed.count(), 0);
+    // Replaced by a rename, as the desktop's zone setting does.
+    const QString next = dir.filePath(u"localtime.new"_s);
+    QVERIFY(writeFile(next, "TZif Europe/Berlin"));
+    QVERIFY(QFile::remove(localtime) && QFile::rename(next, localtime));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 1, 1000);
+    // The watch survived the rename: a change in place is noticed too.
+    QVERIFY(writeFile(localtime, "TZif Asia/Tokyo"));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 2, 1000);
+    QVERIFY(writeFile(timezone, "Europe/Berlin\n"));
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 3, 1000);
+    QCOMPARE(qgetenv("TZ"), tz); // the process's own setting is left as it was
 }
 
 QTEST_GUILESS_MAIN(TestSleepWatcher)
