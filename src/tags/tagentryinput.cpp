@@ -125,11 +125,10 @@ constexpr std::pair<bool TagLook::*, int> LookFlags[] = {
 
 TagLook TagLook::fromRecord(const TagRecord &r)
 {
-    TagLook l;
-    l.fontName = r.text(Tag::FontName);
-    l.fontSize = r.byte(Tag::FontSize);
-    l.foreColor = r.longValue(Tag::ForeColor);
-    l.backColor = r.longValue(Tag::BackColor);
+    TagLook l{.fontName = r.text(Tag::FontName),
+              .fontSize = r.byte(Tag::FontSize),
+              .foreColor = r.longValue(Tag::ForeColor),
+              .backColor = r.longValue(Tag::BackColor)};
     for (const auto &[flag, field] : LookFlags)
         l.*flag = r.byte(field) != 0;
     return l;
