@@ -1,6 +1,4 @@
-// The LAN's pure rules, without sockets: datagram codec, tag record map, log lines,
-// participant table, source filter, flood gate, settings, recipients and the private
-// chat's states.
+// The LAN's rules without sockets: codec, tag map, log lines, tables, gates, settings.
 #include "chatsession.h"
 #include "cp932.h"
 #include "datagram.h"
@@ -21,10 +19,7 @@ Q_DECLARE_METATYPE(Net::Fault)
 Q_DECLARE_METATYPE(Net::Code)
 
 namespace {
-QByteArray sjis(const QString &text)
-{
-    return Cp932::encode(text);
-}
+const auto sjis = [](const QString &text) { return Cp932::encode(text); };
 const QString Kanji16 = u"付箋付箋付箋付箋付箋付箋付箋付箋"_s;
 
 // A tag with every field the datagram carries set to something not default.
@@ -95,7 +90,6 @@ private Q_SLOTS:
     void tagMapWireBytes();
     void receivedTagStartsNothing();
     void floodGate();
-    void floodGateForgetsOldSources();
     void settingsChecks_data();
     void settingsChecks();
     void settingsDefaultsStoringAndIdentity();
@@ -199,7 +193,6 @@ void TestNetRules::addressesAndLogLines()
 
     const QDateTime t(QDate(2024, 5, 1), QTime(9, 59, 59));
     const QString at = u"2024/05/01 09:59:59 "_s;
-    // tst_lanpeers pins the other forms in whole log files.
     QCOMPARE(NetLog::recvError(t, 0x0A4D0003), at + u"10.77.0.3       Recv-[Receive Error]"_s);
     // A payload cannot add lines of its own to the log.
     QCOMPARE(NetLog::recvPair(t, 1, label(GlobalChat), u"a\r\nb\0c"_s, 7).first(),
@@ -219,7 +212,6 @@ void TestNetRules::participantRules()
     QVERIFY(t.logout(0x7F000002));
     QCOMPARE(t.find(0x7F000002), 0);
     QVERIFY(!t.logout(0x7F000002));
-    // Back again: a new entry after the blanked one.
     QCOMPARE(t.addOrKeep(u"a"_s, u"1.0.1"_s, 0x7F000002), O::Added);
     QCOMPARE(t.find(0x7F000002), 3);
     QCOMPARE(t.listed(), QList<int>({2, 3}));
@@ -304,12 +296,12 @@ void TestNetRules::receivedTagStartsNothing()
         wire.setText(TagWire::Password, password);
         wire.setText(TagWire::SenderIp, u"10.77.0.1"_s);
         const TagRecord tag = TagWireMap::receivedTag(wire, u"佐藤"_s, u"10.77.0.9"_s);
-        for (int f : {Tag::OpenFileFlag, Tag::MailFlag, Tag::SoundFlag})
-            QCOMPARE(tag.byte(f), 0);
-        QCOMPARE(tag.text(Tag::FilePath), QString());
-        QCOMPARE(tag.text(Tag::ReceivedMark) + tag.stateMark(), u"10"_s);
-        QCOMPARE(tag.text(Tag::SenderName) + tag.text(Tag::SenderAddress), u"佐藤10.77.0.9"_s);
-        QCOMPARE(tag.text(Tag::TagNumber), QString());
+        QCOMPARE(tag.byte(Tag::OpenFileFlag) + tag.byte(Tag::MailFlag) + tag.byte(Tag::SoundFlag),
+                 0);
+        QCOMPARE(tag.text(Tag::FilePath) + tag.text(Tag::TagNumber), QString());
+        QCOMPARE(tag.text(Tag::ReceivedMark) + tag.stateMark() + tag.text(Tag::SenderName) +
+                     tag.text(Tag::SenderAddress),
+                 u"10佐藤10.77.0.9"_s);
         QCOMPARE(tag.byte(Tag::SealedFlag), sealed ? 1 : 0);
         QCOMPARE(tag.text(Tag::Password), kept);
         QCOMPARE(tag.message(), full().message());
@@ -327,15 +319,10 @@ void TestNetRules::floodGate()
         FloodGate gate(3, 5, 1000);
         QString got;
         for (const QString &a : QString(arrivals).split(u' '))
-            got += gate.admit(a.section(u'@', 0, 0).toUInt(), a.section(u'@', 1).toLongLong())
-                       ? u'Y'
-                       : u'N';
+            got += QLatin1Char(
+                "NY"[gate.admit(a.section(u'@', 0, 0).toUInt(), a.section(u'@', 1).toLongLong())]);
         QCOMPARE(got, QString(admitted));
     }
-}
-
-void TestNetRules::floodGateForgetsOldSources()
-{
     // Sources beyond MaxSources are refused until the old ones' minute is over.
     FloodGate many(1, 1'000'000, 1000);
     for (quint32 s = 0; s < FloodGate::MaxSources; ++s)
@@ -465,7 +452,6 @@ void TestNetRules::privateChatStates()
     using namespace PrivateChat;
     using E = Event;
     using A = Action;
-    // state, event, the next state and what is done
     const std::tuple<State, Event, State, Action> rows[] = {
         {Idle, E::Request, Requesting, A::SendRequest},
         {Requesting, E::Request, Requesting, A::None},
