@@ -122,6 +122,7 @@ void TestNetRules::decodeRules_data()
     row("empty", "", Fault::Empty);
     row("private request", "\003eve", Fault::None, PrivateChatRequest, u"eve"_s);
     row("private request, no name", "\003", Fault::NoName);
+    row("private request, 33 bytes", "\003" + QByteArray(33, 'x'), Fault::TooLong);
     row("dummy, 17 bytes", "\011" + QByteArray(17, 'd'), Fault::TooLong);
     row("chat, 12 bytes", "\375" + QByteArray(12, 'a'), Fault::TooShort);
     row("chat, 13 bytes", "\375a" + QByteArray(12, ' '), Fault::None, GlobalChat);
@@ -462,6 +463,7 @@ void TestNetRules::privateChatStates()
         {Requesting, E::Deadline, Idle, A::TellNoAnswer},
         {Talking, E::Deadline, Talking, A::None},
         {Idle, E::IncomingRequest, Talking, A::Accept},
+        {Requesting, E::IncomingRequest, Requesting, A::Refuse},
         {Talking, E::IncomingRequest, Talking, A::Refuse},
         {Talking, E::PartnerLeft, Idle, A::CloseChat},
         {Idle, E::PartnerLeft, Idle, A::None},
