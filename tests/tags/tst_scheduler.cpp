@@ -1,6 +1,4 @@
-#include "clock.h"
 #include "manualclock.h"
-#include "prompt.h"
 #include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
@@ -8,6 +6,7 @@
 
 #include <QRegularExpression>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTimeZone>
 
@@ -26,8 +25,6 @@ QDateTime local(const QString &text)
                      Qt::LocalTime);
 }
 } // namespace
-
-Q_DECLARE_METATYPE(Alarm)
 
 class TestScheduler : public QObject
 {
@@ -60,7 +57,6 @@ private Q_SLOTS:
             QTest::newRow(name) << QString::fromUtf8(script);
         };
         // clang-format off
-        row("dated in 3600 s", "+1 10:00; load; wait 3600; 1 W; =");
         row("dated in 3601 s", "+1 10:00:01; load; wait 3600; 1 W; =");
         row("dated in 90 s", "+1 09:01:30; load; wait 90; 1 W; =");
         row("nothing within a year", "+1 2025/06/05_09:00; load; wait 3600; 1 W; =");
@@ -160,41 +156,52 @@ private Q_SLOTS:
                      u"次の付箋のデータが壊れているため、表示できません。\r\n付箋番号：00005"_s}));
     }
 
-    void alarms_data()
-    {
-        QTest::addColumn<bool>("received");
-        QTest::addColumn<int>("soundFlag");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("netSound");
-        QTest::addColumn<QString>("arrival");
-        QTest::addColumn<Alarm>("alarm");
-        const Alarm beep{Alarm::Beep, {}}, none{};
-        // clang-format off
-        QTest::newRow("own sound")      << false << 1 << "/a.mid" << 1 << "/arr.wav" << Alarm{Alarm::Sound, u"/a.mid"_s};
-        QTest::newRow("own, no file")   << false << 1 << ""       << 1 << ""         << beep;
-        QTest::newRow("own, silent")    << false << 0 << "/a.mid" << 1 << ""         << none;
-        QTest::newRow("received")       << true  << 0 << ""       << 1 << "/arr.wav" << Alarm{Alarm::Sound, u"/arr.wav"_s};
-        QTest::newRow("received, none") << true  << 0 << ""       << 1 << ""         << beep;
-        QTest::newRow("received, off")  << true  << 0 << ""       << 0 << "/arr.wav" << none;
-        // clang-format on
-    }
-
+    // Own tags ring their file or beep; received ones the arrival sound, if it is on.
     void alarms()
     {
-        QFETCH(bool, received);
-        QFETCH(int, soundFlag);
-        QFETCH(QString, path);
-        QFETCH(int, netSound);
-        QFETCH(QString, arrival);
-        QFETCH(Alarm, alarm);
-        TagRecord tag;
-        tag.setText(Tag::ReceivedMark, received ? u"1"_s : QString());
-        tag.setText(Tag::FilePath, path);
-        tag.setByte(Tag::SoundFlag, soundFlag);
-        EnvRecord env;
-        env.setByte(Env::NetSound, netSound);
-        env.setText(Env::ArrivalSound, arrival);
-        QVERIFY(alarmFor(tag, env) == alarm);
+        const auto alarm = [](bool received, int soundFlag, const QString &path, int netSound,
+                              const QString &arrival) {
+            TagRecord tag;
+            tag.setText(Tag::ReceivedMark, received ? u"1"_s : QString());
+            tag.setText(Tag::FilePath, path);
+            tag.setByte(Tag::SoundFlag, soundFlag);
+            EnvRecord env;
+            env.setByte(Env::NetSound, netSound);
+            env.setText(Env::ArrivalSound, arrival);
+            const Alarm a = alarmFor(tag, env);
+            return u"%1 %2"_s.arg(int(a.kind)).arg(a.path);
+        };
+        const QString sound = u"%1 "_s.arg(int(Alarm::Sound)), beep = u"%1 "_s.arg(int(Alarm::Beep)),
+                      none = u"%1 "_s.arg(int(Alarm::None));
+        QCOMPARE(alarm(false, 1, u"/a.mid"_s, 1, u"/arr.wav"_s), sound + u"/a.mid"_s);
+        QCOMPARE(alarm(false, 1, QString(), 1, QString()), beep);
+        QCOMPARE(alarm(false, 0, u"/a.mid"_s, 1, QString()), none);
+        QCOMPARE(alarm(true, 0, QString(), 1, u"/arr.wav"_s), sound + u"/arr.wav"_s);
+        QCOMPARE(alarm(true, 0, QString(), 1, QString()), beep);
+        QCOMPARE(alarm(true, 0, QString(), 0, u"/arr.wav"_s), none);
+    }
+
+    void timerBounds()
+    {
+        SchedulerTimer t;
+        QSignalSpy ticks(&t, &SchedulerTimer::tick);
+        for (auto [s, ms] : {std::pair<qint64, int>{2147483647, 3600000},
+                             {3601, 3600000},
+                             {10, 10000},
+                             {0, 1000},
+                             {-5, 1000}}) {
+            t.arm(s);
+            QCOMPARE(t.intervalMs(), ms);
+            t.armMs(s * 1000); // the same bounds to the millisecond
+            QCOMPARE(t.intervalMs(), s > 0 ? ms : 1);
+        }
+        // A clock change looks again in a second, once: the handler re-arms.
+        t.arm(3600);
+        t.clockChanged();
+        QCOMPARE(t.intervalMs(), 1000);
+        QVERIFY(ticks.wait(2000));
+        QCOMPARE(ticks.count(), 1);
+        QVERIFY(!t.isActive());
     }
 
     void zoneChangeMovesEveryMoment()
