@@ -18,23 +18,15 @@ QLabel *cell(const Calender &dialog, int index)
     return dialog.findChild<QLabel *>(u"D%1"_s.arg(index));
 }
 
-void press(Calender &dialog, const QString &button)
-{
-    dialog.findChild<QPushButton *>(button)->click();
-}
-
 // The month as shown, "first-last@highlighted": days counting 1, 2, ... from the first
-// cell, blanks around them, one cyan cell or none.
+// cell, blanks around them, the cyan cell (0: none).
 QString shown(const Calender &dialog)
 {
-    const QColor face = dialog.palette().color(QPalette::Button);
     int first = 0, last = 0, lit = 0;
     for (int i = 1; i <= Calender::CellCount; ++i) {
         const QLabel *c = cell(dialog, i);
-        const QColor back = c->palette().color(c->backgroundRole());
-        if (!c->autoFillBackground() || (back != face && back != QColor(0, 255, 255)))
-            return u"bad cell %1"_s.arg(i);
-        lit = back != face ? (lit ? -1 : i) : lit;
+        if (c->autoFillBackground() && c->palette().color(c->backgroundRole()) == Qt::cyan)
+            lit = lit ? -1 : i;
         first = first || c->text().isEmpty() ? first : i;
         last = c->text().isEmpty() ? last : i;
         if (!c->text().isEmpty() && c->text() != QString::number(i - first + 1))
@@ -57,7 +49,6 @@ private Q_SLOTS:
                                 << cells;
         };
         row("Sunday, common February", 2015, 2, u"1-28"_s);
-        row("Monday, 31 days", 2024, 1, u"2-32"_s);
         row("Tuesday, leap February of 2000", 2000, 2, u"3-31"_s);
         row("Thursday, February of 1900 is common", 1900, 2, u"5-32"_s);
         row("Saturday, 31 days", 2023, 7, u"7-37"_s);
@@ -81,7 +72,6 @@ private Q_SLOTS:
         gotWantColumns<QDate>();
         QTest::newRow("unpadded") << Calender::parseDate(u"2024/5/3"_s) << QDate(2024, 5, 3);
         QTest::newRow("no such day") << Calender::parseDate(u"2024/02/30"_s) << QDate();
-        QTest::newRow("text") << Calender::parseDate(u"明日"_s) << QDate();
     }
 
     void parseDate() { compareGotWant<QDate>(); }
@@ -92,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(Calender(u"2024/02/30"_s, Today).setYmd(), u"2015/02/10"_s);
         Calender december(u"2023/12/31"_s, Today);
         QCOMPARE(shown(december), u"6-36@36"_s);
-        press(december, u"M_NEXT"_s);
+        december.findChild<QPushButton *>(u"M_NEXT"_s)->click();
         QCOMPARE(december.curYm(), u"2024/01"_s);
         QCOMPARE(shown(december), u"2-32@0"_s);
         QTest::mouseDClick(cell(december, 42), Qt::LeftButton);
@@ -110,7 +100,7 @@ private Q_SLOTS:
         QTest::mouseClick(cell(dialog, 12), Qt::LeftButton);
         QCOMPARE(shown(dialog), u"5-35@12"_s);
         QVERIFY(dialog.chosenDate().isEmpty());
-        press(dialog, u"cmd_OK"_s);
+        dialog.findChild<QPushButton *>(u"cmd_OK"_s)->click();
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QCOMPARE(dialog.chosenDate(), u"2015/01/08"_s);
     }

@@ -4,10 +4,9 @@
 #include "recordingdisplay.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
-#include "tagstore.h"
+#include "tempstore.h"
 
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 #include <algorithm>
@@ -143,9 +142,8 @@ private Q_SLOTS:
         m_random.seed(++m_seed);
         constexpr int Tags = 50;
 
-        QTemporaryDir dir;
-        TagStore store(dir.filePath(QStringLiteral("Pinboard.dt1")));
-        QVERIFY(store.writeEnv(EnvRecord()));
+        TempStore data;
+        TagStore &store = data.store;
         for (int i = 0; i < Tags; ++i) {
             TagRecord t = randomTag(start);
             QVERIFY(store.addTag(t));
@@ -211,21 +209,16 @@ private Q_SLOTS:
                 const bool live = t.stateMark() == QLatin1String(TagRecord::Live);
                 t.setStateMark(live ? TagRecord::InTrash : TagRecord::Live);
                 QVERIFY(store.writeTag(k, t));
-                if (live) {
-                    scheduler.dropTag(k);
-                    reference.drop(k);
-                } else {
-                    scheduler.tagChanged(k);
-                    reference.changed(k, now);
-                }
+                if (live)
+                    scheduler.dropTag(k), reference.drop(k);
+                else
+                    scheduler.tagChanged(k), reference.changed(k, now);
                 break;
             }
             case 3:
             case 4: // the user closes it
-                if (real.isShown(k)) {
-                    scheduler.hideTag(k);
-                    expected.takeDown(k);
-                }
+                if (real.isShown(k))
+                    scheduler.hideTag(k), expected.takeDown(k);
                 break;
             case 5: // pause and resume
                 reference.paused = !reference.paused;

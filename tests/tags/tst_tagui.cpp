@@ -1,5 +1,4 @@
 #include "manualclock.h"
-#include "oledate.h"
 #include "scriptedprompt.h"
 #include "soundplayer.h"
 #include "tablecheck.h"
@@ -60,7 +59,6 @@ TagRecord makeTag(const QString &message, int kind = 0, const QTime &at = {})
     t.setMessage(message);
     t.setByte(Tag::ScheduleKind, kind);
     t.setDate(Tag::DisplayDateTime, QDateTime(QDate(1900, 1, 1), at, Qt::UTC));
-    t.setLong(Tag::ForeColor, 0x0000FF);
     t.setLong(Tag::BackColor, 0xFFFF00);
     t.setLong(Tag::PosX, 100);
     t.setLong(Tag::PosY, 80);
@@ -69,9 +67,8 @@ TagRecord makeTag(const QString &message, int kind = 0, const QTime &at = {})
 const QString AskDelete = u"削除の確認"_s;
 } // namespace
 
-// The editor, the tag window and the two lists on a store of their own: the paths that
-// reach the store or the scheduler and what the user is told. Their rules are pinned
-// without a screen in the other programs of this folder.
+// The windows' paths to the store and the scheduler, and what they tell the user; the
+// rules behind them are pinned in taglogic.
 class TestTagUi : public QObject
 {
     Q_OBJECT
@@ -104,16 +101,16 @@ private Q_SLOTS:
         pick("cmb_DHH", 12), pick("cmb_DMM", 1); // after "なし"
         click("Command1");
         QCOMPARE(m_prompt.shown.size(), 1);
-        QCOMPARE(stored.count(), 1);
-        QCOMPARE(stored.at(0).at(0).toInt(), 1);
+        QCOMPARE(stored, QList<QVariantList>{{1}});
         const auto tag = store().readTag(1);
+        const auto at = [](int h, int m) {
+            return QDateTime(QDate(2024, 5, 1), QTime(h, m), Qt::UTC);
+        };
         QCOMPARE(tag->tagNumber(), u"00001"_s);
         QCOMPARE(tag->message(), u"会議\r\n3F"_s);
         QCOMPARE(tag->byte(Tag::ScheduleKind), 1);
-        QCOMPARE(tag->date(Tag::DisplayDateTime),
-                 QDateTime(QDate(2024, 5, 1), QTime(10, 30), Qt::UTC));
-        QCOMPARE(tag->date(Tag::EraseDateTime),
-                 QDateTime(QDate(2024, 5, 1), QTime(11, 0), Qt::UTC));
+        QCOMPARE(tag->date(Tag::DisplayDateTime), at(10, 30));
+        QCOMPARE(tag->date(Tag::EraseDateTime), at(11, 0));
         QCOMPARE(tag->byte(Tag::Blink) + tag->byte(Tag::Frame), 2);
         QCOMPARE(tag->longValue(Tag::PosX), 40);
     }
@@ -144,41 +141,33 @@ private Q_SLOTS:
         QCOMPARE(tag->text(Tag::SenderName), u"総務"_s);
         QCOMPARE(tag->longValue(Tag::Width), 240);
 
+        // A change is not thrown away unasked; Enter answers No to both questions.
         reopen(1);
         m_entry->show();
-        message()->setPlainText(u"変更"_s); // trashing asks nothing more
+        message()->setPlainText(u"変更"_s);
         QSignalSpy trashed(m_entry.get(), &TagEntry::tagTrashed);
-        m_prompt.answers = {false, true};
+        m_prompt.answers = {false, true, false, true};
+        click("cmd_Cancel");
+        QVERIFY(m_entry->isVisible());
+        click("cmd_Cancel");
+        QVERIFY(!m_entry->isVisible());
+        m_entry->show();
         click("cmd_Delete");
         QCOMPARE(store().readTag(1)->stateMark(), u"0"_s);
         QVERIFY(m_entry->isVisible());
         click("cmd_Delete");
+        const QString discard =
+            u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s;
         const QString ask =
             u"現在編集を行っているタグをごみ箱に入れます。（削除する）。よろしいですか？"_s;
-        QCOMPARE(m_prompt.shown, (QStringList{ask, ask}));
-        QCOMPARE(m_prompt.titles, (QStringList{AskDelete, AskDelete}));
+        QCOMPARE(m_prompt.shown, (QStringList{discard, discard, ask, ask}));
+        QCOMPARE(m_prompt.titles,
+                 (QStringList{u"終了確認"_s, u"終了確認"_s, AskDelete, AskDelete}));
+        QCOMPARE(m_prompt.noByDefault, (QList<int>{0, 1, 2, 3}));
         tag = store().readTag(1);
         QCOMPARE(tag->stateMark() + tag->message(), u"D朝礼は中止"_s);
         QCOMPARE(trashed.count(), 1);
         QVERIFY(!m_entry->isVisible());
-    }
-
-    void entryAsksBeforeDiscarding()
-    {
-        m_entry->openNew();
-        m_entry->show();
-        check("chk_3d");
-        m_prompt.answers = {false, true};
-        click("cmd_Cancel");
-        QVERIFY(m_entry->isVisible()); // No keeps the edit
-        click("cmd_Cancel");
-        QVERIFY(!m_entry->isVisible());
-        const QString ask =
-            u"付箋の内容が更新されています。このまま更新内容を破棄して終了しても良いですか？"_s;
-        QCOMPARE(m_prompt.shown, (QStringList{ask, ask}));
-        QCOMPARE(m_prompt.titles, (QStringList{u"終了確認"_s, u"終了確認"_s}));
-        QCOMPARE(m_prompt.noByDefault, (QList<int>{0, 1})); // Enter keeps the edit
-        QCOMPARE(store().tagCount(), 0);
     }
 
     void entryInsertsACalendar()
@@ -207,7 +196,6 @@ private Q_SLOTS:
         TagWindow w(7, t, env);
         QCOMPARE(w.label()->text(), u"<b>買い物</b>\nmilk"_s);
         QCOMPARE(w.label()->textFormat(), Qt::PlainText);
-        QCOMPARE(w.label()->palette().color(QPalette::WindowText), QColor(255, 0, 0));
         QCOMPARE(w.backColor(), QColor(0, 255, 255));
         QCOMPARE(ColorRef::fromColor(QColor(0x12, 0x34, 0x56)), 0x563412);
         QSignalSpy moved(&w, &TagWindow::moved);
@@ -217,9 +205,7 @@ private Q_SLOTS:
         QTest::mouseMove(w.label(), QPoint(35, 25));
         QTest::mouseRelease(w.label(), Qt::LeftButton, {}, QPoint(5, 5));
         QCOMPARE(w.pos(), QPoint(130, 100));
-        QCOMPARE(moved.size(), 1);
-        QCOMPARE(moved.at(0).at(0).toInt(), 7);
-        QCOMPARE(moved.at(0).at(1).toPoint(), QPoint(130, 100));
+        QCOMPARE(moved, (QList<QVariantList>{{7, QPoint(130, 100)}}));
         const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
         for (int f : {Tag::Width, Tag::Height, Tag::PosX, Tag::PosY})
             t.setLong(f, -2147483647 - 1);
