@@ -101,6 +101,7 @@ private Q_SLOTS:
 
         // May 2024 begins on a Wednesday; 2024/01/01, 08, 15, 22, 29 are Mondays.
         row("weekly: today, 1 s ahead", "3 10:00 ---W--- k1", Due, 50401);
+        row("weekly: 2 s ahead waits", "3 10:00 ---W--- k1", NotNow, 2, "2024/05/01 09:59:58");
         row("weekly: the 7th is week 1", "3 10:00 --T---- k1", Due, 50401, "2024/05/07 09:59:59");
         row("weekly: later this week", "3 10:00 -----F- k1", NotNow, 2 * Day + 1);
         row("weekly: into June, week 5", "3 10:00 -M----- k5", NotNow, 5 * Day, "2024/05/29 10:00");

@@ -113,6 +113,9 @@ private Q_SLOTS:
         QCOMPARE(tag->date(Tag::EraseDateTime), at(11, 0));
         QCOMPARE(tag->byte(Tag::Blink) + tag->byte(Tag::Frame), 2);
         QCOMPARE(tag->longValue(Tag::PosX), 40);
+        // Closing keeps the editor's size in twips.
+        const int twips = m_entry->width() * 1440 / m_entry->logicalDpiX();
+        QCOMPARE(store().readEnv()->longValue(Env::EntryWidth), twips);
     }
 
     // Editing keeps what the editor does not show; the erase time can be taken back.
