@@ -119,8 +119,6 @@ private Q_SLOTS:
             {yamada, u"yamada@example.jp"_s, Support, none, Eigyo}, 0, none, Field::Groups);
         row("group 1 and 3 the same", {tanaka, t, Eigyo, none, Eigyo}, -1,
             u"同一グループは指定出来ません。"_s, Field::Groups);
-        row("group 2 and 3 the same", {tanaka, t, none, Eigyo, Eigyo}, -1,
-            u"同一グループは指定出来ません。"_s, Field::Groups);
         row("quote in name", {u"\"田中\""_s, t}, -1, Quote, Field::Name);
         row("no CP932 form", {u"田中😀"_s, t}, -1,
             u"名前、メールアドレス、グループ名に保存出来ない文字が含まれています。"_s, Field::Name);
@@ -171,7 +169,6 @@ private Q_SLOTS:
         QTest::newRow("fourth group")
             << QList<int>{1, 2} << u"D"_s << QStringList{full} << u"A||C A|B|C D||"_s;
         QTest::newRow("no group chosen") << QList<int>{0} << QString() << noGroup << start;
-        QTest::newRow("unknown group") << QList<int>{0} << u"Z"_s << noGroup << start;
         QTest::newRow("nobody chosen")
             << QList<int>() << u"D"_s
             << QStringList{u"ｸﾞﾙｰﾌﾟに追加するﾒﾝﾊﾞｰが選択されていません。"_s} << start;

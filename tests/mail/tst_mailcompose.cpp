@@ -30,12 +30,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("sjis");
         QTest::addColumn<QByteArray>("jis");
-        QTest::newRow("empty") << QByteArray() << QByteArray();
         QTest::newRow("ascii") << QByteArray("a b\r\n") << QByteArray("a b\r\n");
         // 亜唖 = 889F 88A0 -> 3021 3022, ending inside kanji
         QTest::newRow("kanji") << QByteArray("\x88\x9f\x88\xa0") << QByteArray("\x1b$B0!0\"\x1b(J");
-        QTest::newRow("hiragana") << QByteArray("\x82\xa0\x61")
-                                  << QByteArray("\x1b$B$\"\x1b(Ja"); // あa
         QTest::newRow("kana") << QByteArray("\xb1\xb2") << QByteArray("\x1b(I12\x1b(J");
         QTest::newRow("mixed") << QByteArray("a\xb1\x88\x9f\x62\x81\x40")
                                << QByteArray("a\x1b(I1\x1b$B0!\x1b(Jb\x1b$B!!\x1b(J");
@@ -43,12 +40,9 @@ private Q_SLOTS:
             << QByteArray("\x88\x9f\r\n\x88\x9f") << QByteArray("\x1b$B0!\x1b(J\r\n\x1b$B0!\x1b(J");
         // "&h9" sorts between "&h81" and "&h9F": a TAB is taken as kanji 0009 -> 1FEA.
         QTest::newRow("tab") << QByteArray("a\tb") << QByteArray("a\x1b$B\x1f\xea\x1b(Jb");
-        // SI ("&hF") sorts between "&hE0" and "&hFC" too.
-        QTest::newRow("shift in") << QByteArray("\x0f") << QByteArray("\x1b$B\x1f\xf0\x1b(J");
-        // "&hFC4B" and "&h9F40" sort past "&hFC" and "&h9F": sent as they are.
+        // "&hFC4B" sorts past "&hFC": sent as it is.
         QTest::newRow("FC lead") << QByteArray("\x88\x9f\xfc\x4b")
                                  << QByteArray("\x1b$B0!\x1b(J\xfc\x4b");
-        QTest::newRow("9F lead") << QByteArray("\x9f\x40\x61") << QByteArray("\x9f\x40\x61");
         // A lead byte cut off at the end is one character "88" -> 0088 -> 1F68.
         QTest::newRow("cut lead") << QByteArray("a\x88") << QByteArray("a\x1b$B\x1f\x68\x1b(J");
     }
@@ -67,31 +61,22 @@ private Q_SLOTS:
             QTest::addRow("%c %s", f, qPrintable(in)) << f << in << out;
         };
         row('c', u"889F"_s, u"3021"_s); // 亜
-        row('c', u"82A0"_s, u"2422"_s); // あ
         row('c', u"9FFC"_s, u"5E7E"_s); // 滌
-        row('c', u"9F40"_s, u"5D21"_s); // 檗
         row('c', u"E040"_s, u"5F21"_s); // 漾
-        row('c', u"EAA4"_s, u"7426"_s); // 熙
-        row('c', u"8140"_s, u"2121"_s); // space
         row('c', u"815b"_s, u"213C"_s); // ー, 80 trail
         row('c', u"9"_s, u"1FEA"_s);
         row('c', u"zz"_s, u"1FE1"_s); // not hex
         const QString other = u"application/octet-stream"_s;
         row('t', u"photo.JPG"_s, u"image/jpeg"_s);
-        row('t', u"a.jpe"_s, u"image/jpeg"_s);
         row('t', u"archive.tar.gz"_s, other); // from the first dot
-        row('t', u"a.b.pdf"_s, other);
         row('t', u"noext"_s, other);
         row('t', u"報告書.pdf"_s, u"application/pdf"_s);
-        row('t', u"x.Html"_s, u"text/html"_s);
         row('t', u"x.jar"_s, u"application/java-archiver"_s); // misspelt as always sent
         row('t', u"x.avi"_s, u"vide/x-msvideo"_s);
         row('d', u"a\r\n.\r\nb"_s, u"a\r\n..\r\nb"_s);
         row('d', u".\r\nb"_s, u"..\r\nb"_s);
         row('d', u"a\r\n."_s, u"a\r\n.."_s);
-        row('d', u"."_s, u".."_s);
         row('d', u".a\r\n..\r\n"_s, u".a\r\n..\r\n"_s);
-        row('d', u" .\r\na."_s, u" .\r\na."_s);
         row('d', u"a\n.\nb"_s, u"a\r\n..\r\nb"_s); // bare LF
     }
     void texts()
@@ -109,8 +94,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QByteArray>("expected");
         const QByteArray word("Pinboard");
-        const QList<QByteArray> expected = {"AA=",      "UAA=",     "UGkA",        "UGluAA=",
-                                            "UGluYgA=", "UGluYm8A", "UGluYm9hAA=", "UGluYm9hcgA="};
+        const QList<QByteArray> expected = {"AA=", "UAA=", "UGkA", "UGluAA="};
         for (int n = 0; n < expected.size(); ++n)
             QTest::addRow("n=%d", n) << word.first(n) << expected[n] + "\r\n";
         QByteArray hundred;
@@ -140,7 +124,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("cc");
         QTest::addColumn<QStringList>("bcc");
         QTest::addColumn<QByteArray>("tail");
-        QTest::newRow("no cc, no bcc") << QStringList() << QStringList() << QByteArray();
         QTest::newRow("empty entries only")
             << QStringList{QString()} << QStringList{QString(), QString()} << QByteArray();
         QTest::newRow("cc") << QStringList{u"c1@x.jp"_s, QString(), u"c2@x.jp"_s} << QStringList()
@@ -216,13 +199,9 @@ private Q_SLOTS:
         const QString address = u"メールアドレスに改行が含まれています。"_s;
         const QString control = u"メールアドレスに制御文字が含まれています。"_s;
         QTest::newRow("subject CR LF") << u"subject"_s << u"x\r\nRCPT TO:<y@x.jp>"_s << subject;
-        QTest::newRow("subject LF") << u"subject"_s << u"x\n"_s << subject;
         QTest::newRow("from") << u"from"_s << u"me@x.jp\r\n"_s << address;
         QTest::newRow("to") << u"to"_s << u"a@x.jp\nbcc: <z@x.jp>"_s << address;
-        QTest::newRow("cc") << u"cc"_s << u"c@x.jp\r"_s << address;
-        QTest::newRow("bcc") << u"bcc"_s << u"\nd@x.jp"_s << address;
         QTest::newRow("NUL in to") << u"to"_s << u"a@x.jp"_s + QChar(0) << control;
-        QTest::newRow("TAB in cc") << u"cc"_s << u"c@x\t.jp"_s << control;
         QTest::newRow("attachment") << u"attachment"_s << u"/nonexistent/a.pdf"_s
                                     << u"添付ファイルを読み込めません: /nonexistent/a.pdf"_s;
     }
