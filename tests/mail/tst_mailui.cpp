@@ -3,15 +3,13 @@
 #include "mailsender.h"
 #include "manualclock.h"
 #include "scriptedprompt.h"
-#include "sendmail.h"
-#include "smtpserverprocess.h"
 #include "smtpsetup.h"
 #include "tempstore.h"
+#include "testfiles.h"
 
 #include <QAction>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
@@ -89,42 +87,6 @@ private Q_SLOTS:
         QCOMPARE(m_book == w.edited(), save);
         QCOMPARE(fileBytes(m_dt3), save ? addressBookBytes(w.edited().data()) : QByteArray());
     }
-    void deletesPerson()
-    {
-        AddressList &w = list();
-        people()->setCurrentItem(people()->topLevelItem(1));
-        m_prompt.answers = {true};
-        child<QAction>(&w, "mnu_DelAddress")->trigger();
-        QCOMPARE(m_prompt.shown,
-                 QStringList{u"選択された行のｱﾄﾞﾚｽ情報（ｽｽﾞｷ）を削除します。よろしいですか？"_s});
-        QCOMPARE(m_prompt.titles, QStringList{u"削除の確認"_s});
-        QCOMPARE(w.edited().people(), QList<AddressPerson>{startBook().people()[0]});
-        QCOMPARE(people()->topLevelItemCount(), 1);
-    }
-    void sendMail()
-    {
-        const TagMailSettings current{
-            u"会議"_s, {u"yamada@example.jp"_s, u"other@example.jp"_s}, {}, {}};
-        SendMail dialog(m_book, current);
-        QCOMPARE(dialog.settings(), current);
-        // A group adds its members; ｽｽﾞｷ is in both and added once, and yamada, in To
-        // already, is not added to Cc.
-        auto *group = child<QComboBox>(&dialog, "cmb_Group");
-        group->setCurrentIndex(group->findText(u"ｻﾎﾟｰﾄ"_s));
-        child<QPushButton>(&dialog, "cmd_AddCc")->click();
-        group->setCurrentIndex(group->findText(u"営業"_s));
-        child<QPushButton>(&dialog, "cmd_AddCc")->click();
-        QCOMPARE(dialog.settings().cc, QStringList{u"suzuki@example.jp"_s});
-        // With the group still chosen, a typed address goes alone.
-        child(&dialog, "txt_Address")->setText(u" new@x.jp "_s);
-        child<QPushButton>(&dialog, "cmd_AddTo")->click();
-        QCOMPARE(dialog.settings().to.mid(2), QStringList{u"new@x.jp"_s});
-        group->setCurrentIndex(0); // everyone, nobody chosen: only the typed addresses go
-        child(&dialog, "txt_Address")->setText(u" a@x.jp, b@x.jp;A@X.JP "_s);
-        child<QPushButton>(&dialog, "cmd_AddBcc")->click();
-        QCOMPARE(dialog.settings().bcc, (QStringList{u"a@x.jp"_s, u"b@x.jp"_s}));
-        QCOMPARE(dialog.settings().cc.size(), 1);
-    }
     void smtpInputChecks()
     {
         const auto fault = [](const QString &server, const QString &port, const QString &from) {
@@ -134,8 +96,10 @@ private Q_SLOTS:
         const QString noServer = u"送信メールサーバー名を指定して下さい。|txt_MailServer"_s;
         QCOMPARE(fault({}, {}, {}), noServer);
         QCOMPARE(fault(u"  "_s, u"25"_s, u"a@b"_s), noServer);
-        QCOMPARE(fault(u"m"_s, {}, {}), u"送信メールサーバーのポート番号を指定して下さい。|txt_SMTPPort"_s);
-        QCOMPARE(fault(u"m"_s, u"25"_s, {}), u"送信元メールアドレスを指定して下さい。|txt_FromAddress"_s);
+        QCOMPARE(fault(u"m"_s, {}, {}),
+                 u"送信メールサーバーのポート番号を指定して下さい。|txt_SMTPPort"_s);
+        QCOMPARE(fault(u"m"_s, u"25"_s, {}),
+                 u"送信元メールアドレスを指定して下さい。|txt_FromAddress"_s);
         QCOMPARE(fault(u"m"_s, u"25"_s, u"me@ex@ample.com"_s),
                  u"送信元メールアドレスの体系が正しくありません。|txt_FromAddress"_s);
         QCOMPARE(fault(u"m"_s, u"25"_s, u"me@example.com"_s), u"|"_s);
@@ -144,57 +108,22 @@ private Q_SLOTS:
         for (int step = -1; step <= 8; ++step)
             QCOMPARE(timeStepLabel(step), labels.value(step));
     }
-    void smtpStoreAndCancel_data()
+    void smtpStore()
     {
-        QTest::addColumn<bool>("entry");
-        QTest::newRow("entry") << true;
-        QTest::newRow("cancel") << false;
-    }
-    void smtpStoreAndCancel()
-    {
-        QFETCH(bool, entry);
         SmtpSetup &d = setup();
         EnvRecord expected = *m_data->store.readEnv();
         child(&d, "txt_MailServer")->setText(u"smtp.社内.example"_s);
         child(&d, "txt_SMTPPort")->setText(u"2525"_s);
         child(&d, "txt_FromAddress")->setText(u"other@example.com"_s);
         child<QScrollBar>(&d, "HScroll1")->setValue(7);
-        child<QPushButton>(&d, entry ? "cmd_Entry" : "cmd_Cancel")->click();
-        if (entry) {
-            expected.setByte(Env::MailConfigured, 1);
-            expected.setText(Env::SmtpServer, u"smtp.社内.example"_s);
-            expected.setLong(Env::SmtpPort, 2525);
-            expected.setLong(Env::SmtpTimeStep, 7);
-            expected.setText(Env::SmtpFrom, u"other@example.com"_s);
-        }
-        QVERIFY(*m_data->store.readEnv() == expected);
-        QCOMPARE(m_prompt.shown,
-                 entry ? QStringList{u"メール情報の設定を行いました。"_s} : QStringList());
-    }
-    void smtpConnectionTest_data()
-    {
-        QTest::addColumn<QString>("modes");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("passes") << u"normal"_s << u"接続テストに成功しました。"_s;
-        QTest::newRow("fails")
-            << u"ehlo-and-helo-5xx"_s
-            << u"接続テストに失敗しました。　SMTP Server Error status Received (HELO)"_s;
-    }
-    void smtpConnectionTest()
-    {
-        QFETCH(QString, modes);
-        QFETCH(QString, shown);
-        SmtpSetup &d = setup();
-        ServerProcess server(m_data->dir.path());
-        QVERIFY(server.start(modes));
-        const QByteArray before = fileBytes(m_data->store.file().path());
-        child(&d, "txt_MailServer")->setText(u"127.0.0.1"_s);
-        child(&d, "txt_SMTPPort")->setText(QString::number(server.port));
-        child(&d, "txt_FromAddress")->setText(u"me@example.com"_s);
-        child<QPushButton>(&d, "cmd_ConnTest")->click();
-        QTRY_COMPARE_WITH_TIMEOUT(m_prompt.shown, QStringList{shown}, 5000);
-        QCOMPARE(fileBytes(m_data->store.file().path()), before); // the test stores nothing
-        QCOMPARE(server.commands().contains(u"QUIT"_s), modes == u"normal");
+        child<QPushButton>(&d, "cmd_Entry")->click();
+        expected.setByte(Env::MailConfigured, 1);
+        expected.setText(Env::SmtpServer, u"smtp.社内.example"_s);
+        expected.setLong(Env::SmtpPort, 2525);
+        expected.setLong(Env::SmtpTimeStep, 7);
+        expected.setText(Env::SmtpFrom, u"other@example.com"_s);
+        QCOMPARE(m_data->store.readEnv()->bytes(), expected.bytes());
+        QCOMPARE(m_prompt.shown, QStringList{u"メール情報の設定を行いました。"_s});
     }
 
 private:
