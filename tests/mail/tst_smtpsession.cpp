@@ -1,20 +1,17 @@
 #include "commlog.h"
 #include "cp932.h"
-#include "mailcompose.h"
 #include "mailsender.h"
-#include "mailsettingsfile.h"
 #include "manualclock.h"
 #include "scriptedprompt.h"
 #include "smtpreplyreader.h"
 #include "smtpserverprocess.h"
 #include "smtpsession.h"
-#include "tagmail.h"
-#include "tempstore.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QSysInfo>
 #include <QTcpServer>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 using Mode = SmtpSession::Mode;
@@ -63,25 +60,10 @@ private Q_SLOTS:
     void init()
     {
         m_server.reset();
-        m_data = std::make_unique<TempStore>();
-        m_log = std::make_unique<CommLog>(m_data->path(u"Pinboard.log"_s), m_clock);
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_log = std::make_unique<CommLog>(m_dir->filePath(u"Pinboard.log"_s), m_clock);
         m_log->setEnabled(true);
         m_session = std::make_unique<SmtpSession>(*m_log, m_clock);
-    }
-    // The same replies whether the bytes come at once or split at any point.
-    void replies()
-    {
-        const QList<std::tuple<QByteArray, Replies, qsizetype>> cases = {
-            {"250-a\r\n250-bb\r\n250 c\r\n354", {{"250-a", "250-bb", "250 c"}}, 3},
-            {"250-x\n\n25\r\n", {{"250-x", ""}, {"25"}}, 0}}; // bare LF, empty, short lines
-        for (const auto &[stream, expected, held] : cases) {
-            for (qsizetype split = 0; split <= stream.size(); ++split) {
-                SmtpReplyReader reader;
-                const QByteArrayView all(stream);
-                QCOMPARE(readAll(reader, {all.first(split), all.sliced(split)}), expected);
-                QCOMPARE(reader.bufferedBytes(), held);
-            }
-        }
     }
     void replyLimits()
     {
@@ -222,7 +204,7 @@ private Q_SLOTS:
     // One session after the other, never overlapping.
     void queuedMails()
     {
-        ServerProcess server(m_data->dir.path());
+        ServerProcess server(m_dir->path());
         QVERIFY(server.start(u"multiline-split"_s));
         ScriptedPrompt prompt;
         MailSender sender(*m_log, m_clock, prompt);
@@ -251,38 +233,6 @@ private Q_SLOTS:
             order += e == "OPEN" ? "(" : e == "CLOSED" ? ")" : "";
         QCOMPARE(order, "()()()"_ba);
     }
-    // A tag's mail from its stored record and recipients, through a real server.
-    void tagMailAsWritten()
-    {
-        QVERIFY(startTagMailer());
-        const QString path = m_data->path(u"memo.txt"_s);
-        QVERIFY(writeFile(path, QByteArray("\xff\x00\x41\x42\x43", 5)));
-        const int k = storeTag(path);
-        QVERIFY(MailSettingsFile(m_files.dt4)
-                    .write(k, {u"議事録"_s,
-                               {u"a@example.com"_s, QString(), u" b@example.com "_s},
-                               {u"c@example.com"_s, u"  "_s, u"A@example.com"_s},
-                               {}}));
-        QSignalSpy sent(m_sender.get(), &MailSender::sent);
-        QVERIFY(m_mailer->SendTagMail(k));
-        QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
-        QCOMPARE(sent.first().at(0).toBool(), true);
-        QVERIFY(m_prompt.shown.isEmpty());
-        // The envelope goes to whom the header names, trimmed and once each.
-        QCOMPARE(m_server->commands().mid(1),
-                 (QStringList{u"MAIL FROM:<pin@example.com>"_s, u"RCPT TO:<a@example.com>"_s,
-                              u"RCPT TO:<b@example.com>"_s, u"RCPT TO:<c@example.com>"_s, u"DATA"_s,
-                              u"QUIT"_s}));
-        // What arrived is the composition (pinned in tst_mailcompose) of the stored tag.
-        const auto content = m_mailer->contentOf(k);
-        QVERIFY(content);
-        QCOMPARE(content->attachmentPath, path);
-        QCOMPARE(content->subject, u"議事録"_s);
-        QCOMPARE(content->body, u"会議は３時から\r\n.\r\n資料を持参"_s);
-        const auto composed = ComposeTagMail(*content, m_clock.now());
-        QVERIFY(composed);
-        QCOMPARE(m_server->message(1), composed->header + composed->body);
-    }
 
 private:
     SmtpSettings settings(quint16 port, int limitMs = 10000) const
@@ -292,7 +242,6 @@ private:
     // One session against a fresh server, until it has finished.
     bool run(const QString &modes, Mode mode, const SmtpMail &mail = sampleMail(),
              int limitMs = 10000);
-    bool startTagMailer();
     void refuse(const QString &host, const QString &from, bool logging, const QString &detail,
                 const QString &shown)
     {
@@ -307,18 +256,9 @@ private:
         QCOMPARE(prompt.shown, QStringList{shown});
         QCOMPARE(logText(), logging ? Stamp + u' ' + detail + u"\r\n"_s : QString());
     }
-    int storeTag(const QString &attachment)
-    {
-        TagRecord tag;
-        tag.setMessage(u"会議は３時から\r\n.\r\n資料を持参"_s);
-        tag.setByte(Tag::MailFlag, 1);
-        tag.setByte(Tag::SoundFlag, 1);
-        tag.setText(Tag::FilePath, attachment);
-        return m_data->store.addTag(tag).value_or(0);
-    }
     QString logText() const { return Cp932::decode(fileBytes(m_log->path())); }
 
-    std::unique_ptr<TempStore> m_data;
+    std::unique_ptr<QTemporaryDir> m_dir;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
     std::unique_ptr<CommLog> m_log;
     std::unique_ptr<SmtpSession> m_session;
@@ -326,15 +266,11 @@ private:
     bool m_ok = false;
     QString m_detail;
     qint64 m_elapsed = 0;
-    FileSet m_files;
-    ScriptedPrompt m_prompt;
-    std::unique_ptr<MailSender> m_sender;
-    std::unique_ptr<TagMailer> m_mailer;
 };
 
 bool TestSmtpSession::run(const QString &modes, Mode mode, const SmtpMail &mail, int limitMs)
 {
-    m_server = std::make_unique<ServerProcess>(m_data->dir.path());
+    m_server = std::make_unique<ServerProcess>(m_dir->path());
     if (!m_server->start(modes))
         return false;
     QSignalSpy done(m_session.get(), &SmtpSession::finished);
@@ -350,29 +286,6 @@ bool TestSmtpSession::run(const QString &modes, Mode mode, const SmtpMail &mail,
     m_ok = done.first().at(0).toBool();
     m_detail = done.first().at(1).toString();
     return !m_session->isRunning();
-}
-
-// The tag mailer over a "normal" server, with settings as stored in record 1.
-bool TestSmtpSession::startTagMailer()
-{
-    m_mailer.reset();
-    m_sender.reset();
-    m_files = FileSet::forDirectory(m_data->dir.path());
-    m_server = std::make_unique<ServerProcess>(m_data->dir.path());
-    if (!m_server->start(u"normal"_s))
-        return false;
-    EnvRecord env;
-    env.setText(Env::SmtpServer, u"127.0.0.1"_s);
-    env.setLong(Env::SmtpPort, m_server->port);
-    env.setLong(Env::SmtpTimeStep, 0);
-    env.setText(Env::SmtpFrom, u"pin@example.com"_s);
-    if (!m_data->store.writeEnv(env))
-        return false;
-    m_prompt = ScriptedPrompt();
-    m_sender = std::make_unique<MailSender>(*m_log, m_clock, m_prompt);
-    m_mailer = std::make_unique<TagMailer>(m_files, m_data->store, m_data->settings(), *m_sender,
-                                           m_clock, m_prompt);
-    return true;
 }
 
 QTEST_GUILESS_MAIN(TestSmtpSession)

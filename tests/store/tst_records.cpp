@@ -62,9 +62,6 @@ private Q_SLOTS:
         back.clear();
         QVERIFY(back.setBytes(expected));
         QVERIFY(back == env);
-        QCOMPARE(back.text(Env::DefaultFontName), u"ＭＳ Ｐゴシック"_s);
-        QCOMPARE(back.portNo(), quint16(12222));
-        QCOMPARE(back.problem(), QString());
     }
     void envAccessors()
     {
