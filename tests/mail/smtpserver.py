@@ -1,16 +1,9 @@
 #!/usr/bin/env python3
-"""SMTP server for the mail tests on 127.0.0.1: smtpserver.py MODES RECORD
-
-Prints its port on the first stdout line and serves one connection after another
-until killed. RECORD gets a line per event: OPEN, CMD <command>, MSG <n> (the DATA
-bytes up to and including CR LF . CR LF are in RECORD.<n>), EARLY (the client sent
-before a reply was complete), FLOODED <bytes>, CLOSED (the client closed).
-
-MODES, comma-separated: normal, ehlo-5xx, ehlo-and-helo-5xx, rcpt-4xx (on the
-second recipient), no-greeting, multiline-split, midline-split, long-line, flood,
-slow (every reply after a pause), and reject-STEP, stall-STEP (never answer),
-hangup-STEP (close instead) for STEP in GREETING EHLO HELO MAIL RCPT DATA BODY QUIT.
-"""
+"""SMTP server for the mail tests: smtpserver.py MODES RECORD. Prints its port, then serves
+one connection after another until killed. RECORD gets OPEN, CMD <command>, MSG <n> (the DATA
+bytes are in RECORD.<n>), EARLY (sent before a reply was complete), CLOSED.
+MODES (comma-separated): see ALIASES, reply() and run(); reject-STEP, stall-STEP (never answer)
+and hangup-STEP (close instead) for STEP in GREETING EHLO HELO MAIL RCPT DATA BODY QUIT."""
 import select
 import socket
 import sys
@@ -81,16 +74,6 @@ class Session:
             self.conn.sendall(text)
         return not refused
 
-    def flood(self):
-        block, sent = (b"250-flood " + b"x" * 100 + b"\r\n") * 600, 0
-        try:
-            while True:
-                self.conn.sendall(block)
-                sent += len(block)
-        except OSError:
-            self.log(b"FLOODED %d" % sent)
-            raise Closed()
-
     def until(self, end):
         while end not in self.buf:
             self.fill()
@@ -107,12 +90,7 @@ class Session:
                 self.log(b"CMD " + line)
                 verb = line[:4].upper().decode("latin-1")
                 self.recipients += verb == "RCPT"
-                if verb == "EHLO" and "long-line" in self.modes:
-                    self.conn.sendall(b"250-" + b"x" * 10000)
-                    self.drain()
-                elif verb == "EHLO" and "flood" in self.modes:
-                    self.flood()
-                elif verb == "DATA":
+                if verb == "DATA":
                     if self.reply(verb):
                         self.messages += 1
                         with open("%s.%d" % (self.path, self.messages), "wb") as f:

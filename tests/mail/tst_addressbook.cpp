@@ -45,7 +45,6 @@ private Q_SLOTS:
         const auto read = readAddressBook(path, &error);
         QVERIFY(read);
         QCOMPARE(*read, smallBook());
-        QCOMPARE(AddressBook(*read).data(), smallBook());
     }
     void readsHandWrittenFile()
     {
@@ -119,8 +118,6 @@ private Q_SLOTS:
             {yamada, u"yamada@example.jp"_s, Support, none, Eigyo}, 0, none, Field::Groups);
         row("group 1 and 3 the same", {tanaka, t, Eigyo, none, Eigyo}, -1,
             u"同一グループは指定出来ません。"_s, Field::Groups);
-        row("group 2 and 3 the same", {tanaka, t, none, Eigyo, Eigyo}, -1,
-            u"同一グループは指定出来ません。"_s, Field::Groups);
         row("quote in name", {u"\"田中\""_s, t}, -1, Quote, Field::Name);
         row("no CP932 form", {u"田中😀"_s, t}, -1,
             u"名前、メールアドレス、グループ名に保存出来ない文字が含まれています。"_s, Field::Name);
@@ -144,8 +141,6 @@ private Q_SLOTS:
         QCOMPARE(book.addGroup(QString()), u"グループ名を入力して下さい。"_s);
         QCOMPARE(book.addGroup(Support), u"入力されたグループ名は、既に登録されています。"_s);
         QCOMPARE(book.addGroup(u"a\"b"_s), Quote);
-        QCOMPARE(book.addGroupCheck(Somu), QString());
-        QCOMPARE(book.groups().size(), 2);
         QCOMPARE(book.addGroup(Somu), QString());
         QCOMPARE(book.groups(), (QStringList{Eigyo, Support, Somu}));
         // A removed group frees its members' fields in place; other groups keep theirs.
@@ -162,19 +157,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("after"); // group fields of 田中, 鈴木, 佐藤
         const QString full = u"ｸﾞﾙｰﾌﾟに追加するﾒﾝﾊﾞｰ（鈴木）は、既に三つのｸﾞﾙｰﾌﾟに属しています。"
                              u"これ以上追加することは出来ません。"_s;
-        const QStringList noGroup{u"追加するｸﾞﾙｰﾌﾟが選択されていません。"_s};
-        const QString start = u"A||C A|B|C ||"_s;
         QTest::newRow("first free field")
             << QList<int>{0} << u"D"_s << QStringList() << u"A|D|C A|B|C ||"_s;
         QTest::newRow("already a member")
             << QList<int>{0, 2} << u"A"_s << QStringList() << u"A||C A|B|C A||"_s;
         QTest::newRow("fourth group")
             << QList<int>{1, 2} << u"D"_s << QStringList{full} << u"A||C A|B|C D||"_s;
-        QTest::newRow("no group chosen") << QList<int>{0} << QString() << noGroup << start;
-        QTest::newRow("unknown group") << QList<int>{0} << u"Z"_s << noGroup << start;
-        QTest::newRow("nobody chosen")
-            << QList<int>() << u"D"_s
-            << QStringList{u"ｸﾞﾙｰﾌﾟに追加するﾒﾝﾊﾞｰが選択されていません。"_s} << start;
     }
     void addToGroup()
     {

@@ -1,9 +1,9 @@
-#include "clock.h"
 #include "commlog.h"
 #include "cp932.h"
 #include "mailsender.h"
 #include "manualclock.h"
 #include "scriptedprompt.h"
+#include "smtpreplyreader.h"
 #include "smtpserverprocess.h"
 #include "smtpsession.h"
 
@@ -12,18 +12,19 @@
 #include <QSysInfo>
 #include <QTcpServer>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using Mode = SmtpSession::Mode;
+using Replies = QList<QList<QByteArray>>;
 Q_DECLARE_METATYPE(SmtpSession::Mode)
-Q_DECLARE_METATYPE(SmtpStep)
-Q_DECLARE_METATYPE(SmtpFault)
 
 namespace {
-const QString Send = u"メール送信に失敗しました。　"_s;
-const QString Test = u"接続テストに失敗しました。　"_s;
+const QString Send = u"メール送信に失敗しました。　"_s, Test = u"接続テストに失敗しました。　"_s;
 const QString Stamp = u"2024/05/01 09:59:59"_s;
+const QString Ehlo = u"EHLO pc01"_s, Helo = u"HELO pc01"_s, Data = u"DATA"_s, Quit = u"QUIT"_s;
+const QStringList Envelope = {u"MAIL FROM:<sender@example.com>"_s, u"RCPT TO:<a@example.com>"_s,
+                              u"RCPT TO:<b@example.com>"_s, u"RCPT TO:<c@example.com>"_s,
+                              u"RCPT TO:<d@example.com>"_s};
 
 quint16 closedPort()
 {
@@ -40,10 +41,16 @@ SmtpMail sampleMail(const QByteArray &message = "Subject: test\r\n\r\nline one\r
             message};
 }
 
-const QString Ehlo = u"EHLO pc01"_s, Helo = u"HELO pc01"_s, Data = u"DATA"_s, Quit = u"QUIT"_s;
-const QStringList Envelope = {u"MAIL FROM:<sender@example.com>"_s, u"RCPT TO:<a@example.com>"_s,
-                              u"RCPT TO:<b@example.com>"_s, u"RCPT TO:<c@example.com>"_s,
-                              u"RCPT TO:<d@example.com>"_s};
+// Every reply the reader completes from the stream cut into these pieces.
+Replies readAll(SmtpReplyReader &reader, const QList<QByteArrayView> &pieces)
+{
+    Replies replies;
+    QList<QByteArray> reply;
+    for (QByteArrayView piece : pieces)
+        while (reader.read(piece, &reply))
+            replies << reply;
+    return replies;
+}
 } // namespace
 
 class TestSmtpSession : public QObject
@@ -58,41 +65,31 @@ private Q_SLOTS:
         m_log->setEnabled(true);
         m_session = std::make_unique<SmtpSession>(*m_log, m_clock);
     }
-    void failureTexts_data()
+    void replyLimits()
     {
-        QTest::addColumn<Mode>("mode");
-        QTest::addColumn<SmtpStep>("step");
-        QTest::addColumn<SmtpFault>("fault");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("text");
-        using S = SmtpStep;
-        using F = SmtpFault;
-        const auto row = [](Mode m, S s, F f, int code, const QString &text) {
-            QTest::addRow("%d %d %d %d", int(m), int(s), int(f), code)
-                << m << s << f << code
-                << (text.isEmpty() ? text : (m == Mode::Send ? Send : Test) + text);
-        };
-        row(Mode::Send, S::Connect, F::TimeOut, 0, u"ioctlsocket Request Time Out Error"_s);
-        row(Mode::Send, S::Greeting, F::SendError, 10004,
-            u"ioctlsocket:呼び出しが取り消された。"_s);
-        row(Mode::ConnectionTest, S::Greeting, F::Negative, 0,
-            u"SMTP Server Error status Received (Connect)"_s);
-        row(Mode::ConnectionTest, S::Helo, F::SendError, 10093,
-            u"HELO SOL send:WSAStartup関数を呼び出していないか、失敗しています。"_s);
-        row(Mode::Send, S::MailFrom, F::SendError, 10059, u"MAIL FROM send:(10059)"_s);
-        row(Mode::Send, S::Data, F::SendError, -1, u"DATA send:(-1)"_s);
-        row(Mode::ConnectionTest, S::Quit, F::SendError, 10060,
-            u"QUIT send:接続処理タイムアウト。"_s);
-        row(Mode::Send, S::Ehlo, F::Negative, 0, QString()); // falls back to HELO
+        SmtpReplyReader reader;
+        const QByteArray longLine = "250 " + QByteArray(2 * SmtpReplyReader::MaxLineBytes, 'x');
+        QCOMPARE(readAll(reader, {longLine, "\r\n"}),
+                 Replies{{longLine.first(SmtpReplyReader::MaxLineBytes)}});
+        const QByteArray line = "250-" + QByteArray(96, 'y') + "\r\n";
+        QCOMPARE(readAll(reader, {line.repeated(2 * SmtpReplyReader::MaxReplyBytes / 100)}),
+                 Replies{});
+        QCOMPARE(reader.bufferedBytes(), SmtpReplyReader::MaxReplyBytes / 100 * 100);
+        const Replies flooded = readAll(reader, {"250 end\r\n"});
+        QCOMPARE(flooded[0].size(), SmtpReplyReader::MaxReplyBytes / 100 + 1);
+        QCOMPARE(flooded[0].last(), "250 end"_ba);
     }
     void failureTexts()
     {
-        QFETCH(Mode, mode);
-        QFETCH(SmtpStep, step);
-        QFETCH(SmtpFault, fault);
-        QFETCH(int, code);
-        QFETCH(QString, text);
-        QCOMPARE(smtpFailureText(mode, step, fault, code), text);
+        QCOMPARE(smtpFailureText(Mode::ConnectionTest, SmtpStep::Helo, SmtpFault::SendError, 10093),
+                 Test + u"HELO SOL send:WSAStartup関数を呼び出していないか、失敗しています。"_s);
+        QCOMPARE(smtpFailureText(Mode::Send, SmtpStep::MailFrom, SmtpFault::SendError, 10059),
+                 Send + u"MAIL FROM send:(10059)"_s);
+        // The connection test has always shown this one without its prefix.
+        QCOMPARE(smtpFailureText(Mode::ConnectionTest, SmtpStep::Ehlo, SmtpFault::TimeOut, 0),
+                 u"EHLO send Time Out Error"_s);
+        // A refused EHLO falls back to HELO.
+        QCOMPARE(smtpFailureText(Mode::Send, SmtpStep::Ehlo, SmtpFault::Negative, 0), QString());
     }
     void dialogue_data()
     {
@@ -128,9 +125,7 @@ private Q_SLOTS:
         row("hangup-EHLO", S, 10000, Send + u"EHLO SOL send:リモートホストから切断された。"_s,
             {Ehlo}, false);
         row("normal", T, 10000, {}, {Ehlo, Quit}, false);
-        row("ehlo-5xx", T, 10000, {}, {Ehlo, Helo, Quit}, false);
         row("no-greeting", S, 800, timeOut(Send, "ioctlsocket Request"), {}, false);
-        row("stall-EHLO", S, 800, timeOut(Send, "EHLO send"), {Ehlo}, false);
         row("stall-RCPT", S, 800, timeOut(Send, "RCPT TO send"), toData.mid(0, 3), false);
         row("stall-BODY", S, 800, timeOut(Send, "Body send"), toData, true);
         row("stall-QUIT", T, 800, timeOut(Test, "QUIT send"), {Ehlo, Quit}, false);
@@ -161,36 +156,6 @@ private Q_SLOTS:
         QVERIFY(m_detail.endsWith(u" Time Out Error"_s));
         QVERIFY(m_server->commands().size() >= 2);
     }
-    void boundedBuffers_data()
-    {
-        QTest::addColumn<QString>("modes");
-        QTest::addColumn<qint64>("received");
-        QTest::addColumn<qsizetype>("least");
-        QTest::addColumn<qsizetype>("most");
-        QTest::newRow("line over 4 KiB") << u"long-line"_s << qint64(10004)
-                                         << SmtpSession::MaxLineBytes << SmtpSession::MaxLineBytes;
-        QTest::newRow("flood of continuation lines")
-            << u"flood"_s << qint64(8 << 20) << SmtpSession::MaxReplyBytes - 200
-            << SmtpSession::MaxReplyBytes + SmtpSession::MaxLineBytes;
-    }
-    void boundedBuffers()
-    {
-        QFETCH(QString, modes);
-        QFETCH(qint64, received);
-        QFETCH(qsizetype, least);
-        QFETCH(qsizetype, most);
-        ServerProcess server(m_dir->path());
-        QVERIFY(server.start(modes));
-        QSignalSpy done(m_session.get(), &SmtpSession::finished);
-        m_session->start(Mode::ConnectionTest, settings(server.port, 2500), u"pc01"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(m_session->bytesReceived() >= received, 2400);
-        QVERIFY(m_session->bufferedReplyBytes() >= least);
-        QVERIFY(m_session->bufferedReplyBytes() <= most);
-        QTRY_COMPARE(done.size(), 1);
-        // The connection test has always shown this one without its prefix.
-        QCOMPARE(done.first().at(1).toString(), u"EHLO send Time Out Error"_s);
-        QTRY_VERIFY(server.sawClose());
-    }
     void logLines()
     {
         QVERIFY(run(u"midline-split,multiline-split"_s, Mode::ConnectionTest));
@@ -202,77 +167,41 @@ private Q_SLOTS:
                               u"250 HELP"_s, at + u"Send Data:QUIT]"_s, at + u"Received]"_s,
                               u"221 2.0.0 Bye"_s, QString()}));
     }
-    void messageLog_data()
-    {
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<QString>("label");
-        const QByteArray head = "Subject: s\r\n\r\n", tail = "\r\n.\r\n";
-        const QByteArray exact = head + QByteArray(1000 - head.size() - tail.size(), 'a') + tail;
-        const QString cut = u"\r\nSize(%1Byte) が大きいので以下省略]"_s;
-        QTest::newRow("1000 characters whole")
-            << exact << QString::fromLatin1(exact.chopped(2)) + u']';
-        const QByteArray longer = head + QByteArray(2000, 'b') + tail;
-        QTest::newRow("longer cut")
-            << longer << QString::fromLatin1(longer.left(1000)) + cut.arg(2019);
-        const QString wide = QString(1200, QChar(u'あ'));
-        QTest::newRow("cut by characters, sized in bytes")
-            << head + Cp932::encode(wide) + tail
-            << QString::fromLatin1(head) + wide.left(1000 - head.size()) + cut.arg(2419);
-    }
+    // The log shows the mail's first 1000 characters; the server gets all of it.
     void messageLog()
     {
-        QFETCH(QByteArray, message);
-        QFETCH(QString, label);
-        QVERIFY(run(u"normal"_s, Mode::Send, sampleMail(message)));
-        QVERIFY(m_ok);
-        QVERIFY(logText().contains(Stamp + u" 127.0.0.1 SMTP-[Send Data:"_s + label + u"\r\n"_s));
-        QCOMPARE(m_server->message(1), message); // the mail itself goes whole
-    }
-    void refusedBeforeConnecting_data()
-    {
-        QTest::addColumn<QString>("host");
-        QTest::addColumn<QString>("from");
-        QTest::addColumn<QString>("bcc");
-        QTest::addColumn<bool>("logging");
-        QTest::addColumn<QString>("detail");
-        QTest::addColumn<QString>("shown");
-        const QString me = u"me@example.com"_s, local = u"127.0.0.1"_s;
-        const QString lineBreak = Send + u"メールアドレスに改行文字が含まれています。"_s;
-        const QString refused = Send + u"connect:接続が拒否された。"_s;
-        const QString failed = u"E-Mailの送信に失敗しました。"_s;
-        const QString seeLog = failed + u"詳細はログファイルを参照して下さい。"_s;
-        const QString turnOnLog = u") 詳細はログファイルを記録する設定にして参照して下さい。"_s;
-        QTest::newRow("line break in the sender") << local << me + u"\r\nRCPT TO:<x@example.com>"_s
-                                                  << QString() << true << lineBreak << seeLog;
-        QTest::newRow("line break in a recipient")
-            << local << me << u"x@example.com\n"_s << true << lineBreak << seeLog;
-        QTest::newRow("logging on, host not found")
-            << QStringLiteral(UNRESOLVABLE_HOST) << me << QString() << true
-            << Send + u"connect:ホストが見つからない。"_s << seeLog;
-        QTest::newRow("logging off, refused")
-            << local << me << QString() << false << refused << failed + u'(' + refused + turnOnLog;
+        const QByteArray head = "Subject: s\r\n\r\n", tail = "\r\n.\r\n";
+        const QByteArray exact = head + QByteArray(1000 - head.size() - tail.size(), 'a') + tail;
+        const QByteArray longer = head + QByteArray(2000, 'b') + tail;
+        const QString wide(1200, QChar(u'あ')), cut = u"\r\nSize(%1Byte) が大きいので以下省略]"_s;
+        const QList<std::pair<QByteArray, QString>> cases = {
+            {exact, QString::fromLatin1(exact.chopped(2)) + u']'},
+            {longer, QString::fromLatin1(longer.left(1000)) + cut.arg(2019)},
+            {head + Cp932::encode(wide) + tail, // cut by characters, sized in bytes
+             QString::fromLatin1(head) + wide.left(1000 - head.size()) + cut.arg(2419)}};
+        for (const auto &[message, label] : cases) {
+            QVERIFY(run(u"normal"_s, Mode::Send, sampleMail(message)));
+            QVERIFY(m_ok);
+            QVERIFY(
+                logText().contains(Stamp + u" 127.0.0.1 SMTP-[Send Data:"_s + label + u"\r\n"_s));
+            QCOMPARE(m_server->message(1), message);
+        }
     }
     // Through the sender that reports to the user; the port refuses any connection.
     void refusedBeforeConnecting()
     {
-        QFETCH(QString, host);
-        QFETCH(QString, from);
-        QFETCH(QString, bcc);
-        QFETCH(bool, logging);
-        QFETCH(QString, detail);
-        QFETCH(QString, shown);
-        ScriptedPrompt prompt;
-        MailSender sender(*m_log, m_clock, prompt);
-        m_log->setEnabled(logging);
-        QSignalSpy sent(&sender, &MailSender::sent);
-        SmtpMail mail = sampleMail();
-        mail.bcc << bcc;
-        sender.send({host, closedPort(), from, 10000}, mail);
-        QTRY_COMPARE(sent.size(), 1);
-        QCOMPARE(sent.first(), QVariantList({false, detail}));
-        QCOMPARE(prompt.shown, QStringList{shown});
-        QCOMPARE(logText(), logging ? Stamp + u' ' + detail + u"\r\n"_s : QString());
+        const QString failed = u"E-Mailの送信に失敗しました。"_s;
+        const QString seeLog = failed + u"詳細はログファイルを参照して下さい。"_s;
+        const QString refused = Send + u"connect:接続が拒否された。"_s;
+        refuse(u"127.0.0.1"_s, u"me@x.jp\r\nRCPT TO:<x@x.jp>"_s, true,
+               Send + u"メールアドレスに改行文字が含まれています。"_s, seeLog);
+        refuse(QStringLiteral(UNRESOLVABLE_HOST), u"me@x.jp"_s, true,
+               Send + u"connect:ホストが見つからない。"_s, seeLog);
+        refuse(u"127.0.0.1"_s, u"me@x.jp"_s, false, refused,
+               failed + u'(' + refused +
+                   u") 詳細はログファイルを記録する設定にして参照して下さい。"_s);
     }
+    // One session after the other, never overlapping.
     void queuedMails()
     {
         ServerProcess server(m_dir->path());
@@ -281,10 +210,9 @@ private Q_SLOTS:
         MailSender sender(*m_log, m_clock, prompt);
         QSignalSpy sent(&sender, &MailSender::sent);
         QSignalSpy tested(&sender, &MailSender::testFinished);
-        const SmtpMail first = sampleMail();
         const SmtpMail second{
             {u"e@example.com"_s}, {}, {}, "Subject: second\r\n\r\nagain\r\n.\r\n"};
-        sender.send(settings(server.port), first);
+        sender.send(settings(server.port), sampleMail());
         sender.send(settings(server.port), second);
         sender.runConnectionTest(settings(server.port));
         QVERIFY(sender.isBusy());
@@ -292,20 +220,18 @@ private Q_SLOTS:
         QCOMPARE(sent, QList<QVariantList>({{true, QString()}, {true, QString()}}));
         QCOMPARE(prompt.shown, QStringList{u"接続テストに成功しました。"_s});
         QVERIFY(!sender.isBusy());
-        QCOMPARE(server.message(1), first.message);
+        QCOMPARE(server.message(1), sampleMail().message);
         QCOMPARE(server.message(2), second.message);
-        // One session after the other, never overlapping.
         QTRY_COMPARE(server.events().count("CLOSED"), 3);
         const QString ehlo = u"EHLO "_s + QSysInfo::machineHostName().left(32);
         QCOMPARE(server.commands(),
                  (QStringList{ehlo} + Envelope +
                   QStringList{Data, Quit, ehlo, Envelope[0], u"RCPT TO:<e@example.com>"_s, Data,
                               Quit, ehlo, Quit}));
-        QList<QByteArray> opens;
+        QByteArray order;
         for (const QByteArray &e : server.events())
-            if (e == "OPEN" || e == "CLOSED")
-                opens << e;
-        QCOMPARE(opens, QList<QByteArray>({"OPEN", "CLOSED", "OPEN", "CLOSED", "OPEN", "CLOSED"}));
+            order += e == "OPEN" ? "(" : e == "CLOSED" ? ")" : "";
+        QCOMPARE(order, "()()()"_ba);
     }
 
 private:
@@ -316,6 +242,20 @@ private:
     // One session against a fresh server, until it has finished.
     bool run(const QString &modes, Mode mode, const SmtpMail &mail = sampleMail(),
              int limitMs = 10000);
+    void refuse(const QString &host, const QString &from, bool logging, const QString &detail,
+                const QString &shown)
+    {
+        ScriptedPrompt prompt;
+        MailSender sender(*m_log, m_clock, prompt);
+        m_log->setEnabled(logging);
+        QFile::remove(m_log->path());
+        QSignalSpy sent(&sender, &MailSender::sent);
+        sender.send({host, closedPort(), from, 10000}, sampleMail());
+        QTRY_COMPARE(sent.size(), 1);
+        QCOMPARE(sent.first(), QVariantList({false, detail}));
+        QCOMPARE(prompt.shown, QStringList{shown});
+        QCOMPARE(logText(), logging ? Stamp + u' ' + detail + u"\r\n"_s : QString());
+    }
     QString logText() const { return Cp932::decode(fileBytes(m_log->path())); }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -327,6 +267,7 @@ private:
     QString m_detail;
     qint64 m_elapsed = 0;
 };
+
 bool TestSmtpSession::run(const QString &modes, Mode mode, const SmtpMail &mail, int limitMs)
 {
     m_server = std::make_unique<ServerProcess>(m_dir->path());

@@ -20,8 +20,8 @@ QString message(quint32 seed, const QByteArray &seq)
     return u"付箋 %1 %2"_s.arg(seed).arg(QString::fromLatin1(seq));
 }
 
-// The child: adds tags and frees some of them for ever, telling its parent what
-// it is about to do and what it has done, until it is killed.
+// The child adds tags and frees some, saying what it is about to free and what it
+// has added, until it is killed.
 int writer(const QString &dt1, quint32 seed)
 {
     TagStore store(dt1);
@@ -55,9 +55,8 @@ class TestCrash : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // A writer is killed at random moments again and again on one file. After every
-    // kill the file must open, every tag whose write had completed must be there
-    // as written, and no two live tags may share a number.
+    // After each kill of the writer the file opens, every completed write is there
+    // and no two live tags share a number.
     void killedWriterLosesNothingWritten()
     {
         QTemporaryDir dir;

@@ -51,7 +51,6 @@ private Q_SLOTS:
         }
         QCOMPARE(m_store->readTag(1)->message(), u"short"_s);
         QCOMPARE(m_store->tagCount(), 3);
-        QCOMPARE(tagNumberAfter(u"00999"_s), u"01000"_s);
         QCOMPARE(tagNumberAfter(u"99999"_s), u"00001"_s);
     }
     void addsReuseFreedRecords_data()
@@ -60,9 +59,7 @@ private Q_SLOTS:
         // goes on with another store over the same file.
         QTest::addColumn<QString>("script");
         QTest::addColumn<QList<int>>("records"); // where each "+" went
-        QTest::newRow("appended") << "+ +" << QList<int>{1, 2};
         QTest::newRow("trash keeps its record") << "+ + t1 +" << QList<int>{1, 2, 3};
-        QTest::newRow("deleted record reused") << "+ + d1 + +" << QList<int>{1, 2, 1, 3};
         QTest::newRow("two freed, lowest first")
             << "+ + + + d3 d1 + + +" << QList<int>{1, 2, 3, 4, 1, 3, 5};
         QTest::newRow("two freed side by side")
@@ -99,45 +96,9 @@ private Q_SLOTS:
         }
         QCOMPARE(m_store->readEnv()->nextTagNumber(), number(adds + 1));
     }
-    void damagedFilesAreReported_data()
-    {
-        QTest::addColumn<int>("size"); // the file is cut to this, when not 0
-        QTest::addColumn<int>("at");
-        QTest::addColumn<QByteArray>("bytes"); // written at `at`
-        QTest::addColumn<int>("tag");          // 0: read record 1
-        QTest::addColumn<QString>("reason");
-        EnvRecord five;
-        five.setTagCount(5);
-        QTest::newRow("file shorter than record 1")
-            << 1000 << 0 << QByteArray() << 0 << "ends after 1000";
-        QTest::newRow("length points past slot")
-            << 0 << 32767 + 456 << QByteArray("\xF0\x7F") << 1 << "points past";
-        QTest::newRow("message cut by end of file")
-            << 32767 + 460 << 0 << QByteArray() << 1 << "cut short";
-        QTest::newRow("tag beyond end of file") << 0 << 0 << QByteArray() << 2 << "past the end";
-        QTest::newRow("TagCount beyond the file") << 0 << 0 << five.bytes() << 0 << "TagCount 5";
-    }
-    void damagedFilesAreReported()
-    {
-        QFETCH(int, size);
-        QFETCH(int, at);
-        QFETCH(QByteArray, bytes);
-        QFETCH(int, tag);
-        QFETCH(QString, reason);
-        TagRecord t = tagWith(u"hello"_s);
-        QVERIFY(m_store->addTag(t));
-        const QString path = m_store->file().path();
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::ReadWrite) && f.seek(at) && f.write(bytes) == bytes.size());
-        QVERIFY(size == 0 || f.resize(size));
-        f.close();
-        QString error;
-        QVERIFY(tag == 0 ? !m_store->readEnv(&error) : !m_store->readTag(tag, &error));
-        QVERIFY2(error.contains(reason) && error.contains(path), qPrintable(error));
-    }
     // A long message beside short ones, a damaged length and a record cut by the end
     // of the file: one pass gives what reading each tag alone gives.
-    void allTagsReadInOnePass()
+    void damagedTagsAreReported()
     {
         EnvRecord env;
         env.setTagCount(4);
@@ -150,7 +111,6 @@ private Q_SLOTS:
         QVERIFY(m_store->writeTag(4, tagWith(u"cut off"_s)));
         QFile file(m_store->file().path());
         QVERIFY(file.resize(file.size() - 3));
-
         QList<int> seen;
         m_store->readTags(4, [&](int k, const TagRecord *tag, const QString &error) {
             seen << k;
@@ -164,10 +124,30 @@ private Q_SLOTS:
         });
         QCOMPARE(seen, (QList<int>{1, 2, 3, 4}));
         QCOMPARE(m_store->readTag(1)->message(), QString(9000, u'長'));
-        QVERIFY(!m_store->readTag(3) && !m_store->readTag(4));
+        QCOMPARE(reason(3), u"points past"_s);
+        QCOMPARE(reason(4), u"cut short"_s);
+        QCOMPARE(reason(5), u"past the end"_s);
+        // Record 1 counting more tags than the file holds, then cut short itself.
+        env.setTagCount(5);
+        QVERIFY(m_store->writeEnv(env));
+        QCOMPARE(reason(0), u"TagCount 5"_s);
+        QVERIFY(file.resize(1000));
+        QCOMPARE(reason(0), u"ends after 1000"_s);
     }
 
 private:
+    // Which of the expected reasons record k (0: record 1) is refused for, with the path.
+    QString reason(int k)
+    {
+        QString error;
+        if (k == 0 ? bool(m_store->readEnv(&error)) : bool(m_store->readTag(k, &error)))
+            return u"read"_s;
+        for (const char *why :
+             {"points past", "cut short", "past the end", "TagCount 5", "ends after 1000"})
+            if (error.contains(QLatin1String(why)) && error.contains(m_store->file().path()))
+                return QLatin1String(why);
+        return error;
+    }
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TagStore> m_store;
 };

@@ -1,4 +1,5 @@
 #include "mailsettingsfile.h"
+#include "recentfiles.h"
 #include "testfiles.h"
 
 #include <QFile>
@@ -21,7 +22,8 @@ const QByteArray Twelve("[ID00012]\r\nSubject=\x89\xef\x8b"
                         "c\r\nTo=a@x.jp\tb@x.jp\r\nCc=\r\nBcc=c@x.jp\r\n");
 } // namespace
 
-class TestMailSettingsFile : public QObject
+// The files beside the tag file: recent files (dt2) and mail settings (dt4).
+class TestSideFiles : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -30,7 +32,7 @@ private Q_SLOTS:
         m_dir = std::make_unique<QTemporaryDir>();
         m_path = m_dir->filePath(u"Pinboard.dt4"_s);
     }
-    void edits_data()
+    void mailSettingsEdits_data()
     {
         QTest::addColumn<QByteArray>("before"); // empty: no file
         QTest::addColumn<int>("k");
@@ -59,7 +61,7 @@ private Q_SLOTS:
         QTest::newRow("nothing to remove, no file")
             << QByteArray() << 1 << true << none << QByteArray();
     }
-    void edits()
+    void mailSettingsEdits()
     {
         QFETCH(QByteArray, before);
         QFETCH(int, k);
@@ -74,7 +76,7 @@ private Q_SLOTS:
         QCOMPARE(file.read(k), settings);
         QCOMPARE(file.hasSection(k), !remove);
     }
-    void readsHandWrittenFile()
+    void mailSettingsHandWritten()
     {
         QVERIFY(writeFile(m_path, HandWritten));
         const MailSettingsFile file(m_path);
@@ -83,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(file.read(13), (TagMailSettings{{}, {}, {u"c@x.jp"_s}, {}}));
         QCOMPARE(MailSettingsFile::sectionFor(12), u"ID00012"_s);
     }
-    void cutAndRefused()
+    void mailSettingsCutAndRefused()
     {
         const MailSettingsFile file(m_path);
         const QString a(MailSettingsFile::ValueLimit - 1, QLatin1Char('a'));
@@ -100,10 +102,32 @@ private Q_SLOTS:
         QVERIFY(!file.write(12, {QString(), {u"a@x.jp\n"_s}, {}, {}}));
         QCOMPARE(fileBytes(m_path), before);
     }
+    void recentFiles()
+    {
+        const QString path = m_dir->filePath(u"Pinboard.dt2"_s);
+        RecentFiles files;
+        for (int i = 0; i < 20; ++i)
+            files.add(RecentFiles::Sound, u"/s/%1.mid"_s.arg(i));
+        files.add(RecentFiles::Sound, u"/home/u/音.wav"_s);
+        files.add(RecentFiles::Sound, u"/s/10.mid"_s); // moves up, nothing dropped
+        files.add(RecentFiles::OpenFile, u"/home/u/a b.txt"_s);
+        QCOMPARE(files.list(RecentFiles::Sound).size(), RecentFiles::MaxPerKind);
+        QCOMPARE(files.list(RecentFiles::Sound).mid(0, 2),
+                 (QStringList{u"/s/10.mid"_s, u"/home/u/音.wav"_s}));
+        QCOMPARE(files.list(RecentFiles::Sound).last(), u"/s/5.mid"_s);
+        QVERIFY(files.save(path));
+        QVERIFY(fileBytes(path).endsWith("S\t/s/5.mid\r\nO\t/home/u/a b.txt\r\n"_ba));
+        QVERIFY(fileBytes(path).startsWith("S\t/s/10.mid\r\nS\t/home/u/\x89\xb9.wav\r\n"_ba));
+        // Lines of other kinds or without a TAB are skipped.
+        QVERIFY(writeFile(path, "O\t/a b.txt\r\nX\t/b\r\ngarbage\r\n\r\nO\t/c.doc\nS /d.wav\r\n"));
+        const RecentFiles back = RecentFiles::load(path);
+        QVERIFY(back.list(RecentFiles::Sound).isEmpty());
+        QCOMPARE(back.list(RecentFiles::OpenFile), (QStringList{u"/a b.txt"_s, u"/c.doc"_s}));
+    }
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_path;
 };
-QTEST_APPLESS_MAIN(TestMailSettingsFile)
-#include "tst_mailsettingsfile.moc"
+QTEST_APPLESS_MAIN(TestSideFiles)
+#include "tst_sidefiles.moc"
