@@ -1,6 +1,7 @@
 #include "envrecord.h"
 #include "tagrecord.h"
 
+#include <QFile>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTest>
@@ -32,19 +33,43 @@ class TestRecords : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // Every byte of a record belongs to one field, and no two fields share a name.
-    void layoutsCoverEachByteOnce()
+    // Every byte of a record belongs to one field, no two fields share a name, and
+    // docs/file-formats.md, which newcomers and later features read, lists each
+    // field as "offset | type | name" exactly as the code lays it out.
+    void layoutsAndTheirDocs()
     {
-        for (const auto &[layout, size] :
-             {std::pair{EnvRecord::fields(), EnvRecord::Size},
-              std::pair{TagRecord::fields(), int(TagRecord::FixedSize)}}) {
+        QFile file(u"" PINBOARD_DOCS "/file-formats.md"_s);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString doc = QString::fromUtf8(file.readAll());
+        static const QRegularExpression row(u"^\\| (\\d+) \\| ([^|]+) \\| ([^|]+) \\|"_s);
+        static const char *const types[] = {"Byte", "Integer", "Long", "Date", "text ", "pad "};
+        for (const auto &[layout, size, heading] :
+             {std::tuple{EnvRecord::fields(), EnvRecord::Size, u"### Environment record"_s},
+              std::tuple{TagRecord::fields(), int(TagRecord::FixedSize), u"### Tag record"_s}}) {
             QCOMPARE(checkLayout(layout, size), QString());
+            const qsizetype start = doc.indexOf(heading);
+            QStringList documented, laidOut;
+            for (const QString &line :
+                 doc.mid(start, doc.indexOf(u"\n### "_s, start + 1) - start).split(u'\n')) {
+                const auto m = row.match(line);
+                if (m.hasMatch() && m.captured(1).toInt() < size)
+                    documented << m.captured(1) + u'|' + m.captured(2).trimmed() + u'|' +
+                                      m.captured(3).trimmed();
+            }
             QSet<QString> names;
             for (const FieldDef &f : layout) {
                 const QString name = QString::fromLatin1(f.name);
                 QVERIFY2(f.type == FieldType::Pad || !names.contains(name), qPrintable(name));
                 names.insert(name);
+                QString type = QLatin1String(types[int(f.type)]);
+                if (f.type == FieldType::Text || f.type == FieldType::Pad)
+                    type += QString::number(f.length);
+                if (f.count > 1)
+                    type += u" × %1"_s.arg(f.count);
+                laidOut << QString::number(f.offset) + u'|' + type + u'|' +
+                               (f.type == FieldType::Pad ? u"—"_s : name);
             }
+            QCOMPARE(documented, laidOut);
         }
     }
     void defaultEnvGolden()
