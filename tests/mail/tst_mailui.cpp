@@ -3,6 +3,7 @@
 #include "mailsender.h"
 #include "manualclock.h"
 #include "scriptedprompt.h"
+#include "sendmail.h"
 #include "smtpsetup.h"
 #include "tempstore.h"
 #include "testfiles.h"
@@ -79,6 +80,20 @@ private Q_SLOTS:
         QCOMPARE(m_prompt.titles, QStringList{u"保存の確認"_s});
         QCOMPARE(m_book == w.edited(), save);
         QCOMPARE(fileBytes(m_dt3), save ? addressBookBytes(w.edited().data()) : QByteArray());
+    }
+    // Each address once across To, Cc and Bcc (whatever its case); typed addresses
+    // are split and win over a group still chosen; a group goes in at one press.
+    void sendMailRecipients()
+    {
+        SendMail dialog(m_book, {u"件名"_s, {u"YAMADA@example.jp"_s}, {}, {}});
+        child<QComboBox>(&dialog, "cmb_Group")->setCurrentIndex(1); // 営業: 山田, ｽｽﾞｷ
+        child(&dialog, "txt_Address")->setText(u" a@x.jp, b@x.jp;a@x.jp "_s);
+        child<QPushButton>(&dialog, "cmd_AddCc")->click();
+        child<QPushButton>(&dialog, "cmd_AddBcc")->click();
+        QCOMPARE(dialog.settings(), (TagMailSettings{u"件名"_s,
+                                                     {u"YAMADA@example.jp"_s},
+                                                     {u"a@x.jp"_s, u"b@x.jp"_s},
+                                                     {u"suzuki@example.jp"_s}}));
     }
     void smtpInputChecks()
     {
