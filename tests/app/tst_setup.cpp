@@ -14,12 +14,10 @@
 #include "tempstore.h"
 #include "testfiles.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QPushButton>
 #include <QSet>
 #include <QTest>
-#include <map>
 
 using namespace HotkeyPlan;
 using namespace Qt::StringLiterals;
@@ -30,7 +28,7 @@ class FakeHotkeys final : public Hotkeys
 {
 public:
     QSet<std::pair<int, int>> taken;
-    std::map<int, std::pair<int, int>> registered;
+    QMap<int, std::pair<int, int>> registered;
 
     bool registerHotkey(int id, int modifiers, int key) override
     {
@@ -40,15 +38,9 @@ public:
         registered[id] = {modifiers, key};
         return true;
     }
-    void unregisterHotkey(int id) override { registered.erase(id); }
-    bool isRegistered(int id) const override { return registered.count(id) != 0; }
-    QList<int> ids() const
-    {
-        QList<int> out;
-        for (const auto &[id, combo] : registered)
-            out << id;
-        return out;
-    }
+    void unregisterHotkey(int id) override { registered.remove(id); }
+    bool isRegistered(int id) const override { return registered.contains(id); }
+    QList<int> ids() const { return registered.keys(); }
     void take(const Picks &p, const QList<int> &actions)
     {
         for (int n : actions)
@@ -101,7 +93,6 @@ private Q_SLOTS:
     void clipTag_data();
     void clipTag();
     void soundChoiceStored();
-    void dataFolderChoice();
     void dataBesideTheExecutableMovesOnce();
     void failedMoveLeavesEverythingInPlace();
     void nothingMoves();
@@ -254,19 +245,6 @@ void TestSetup::soundChoiceStored()
     choose(u"cmd_Sound cmd_Entry"_s, u"/音/到着ｵﾝ.mid"_s, 1);
     choose(u"cmd_DelSound cmd_Entry"_s, {}, 0);
     QVERIFY(prompt.shown.isEmpty());
-}
-
-// An option beats PINBOARD_DATA, which beats the portable marker beside the executable.
-void TestSetup::dataFolderChoice()
-{
-    QTemporaryDir exe;
-    const QString user = u"/home/u/.local/share/Pinboard"_s, v = u"/v"_s;
-    QCOMPARE(resolveDataLocation(std::nullopt, {}, exe.path(), user).dir, user);
-    QVERIFY(writeFile(exe.filePath(u"portable"_s), {}));
-    QCOMPARE(resolveDataLocation(std::nullopt, {}, exe.path(), user).dir, exe.path());
-    QCOMPARE(resolveDataLocation(std::nullopt, v, exe.path(), user).dir, v);
-    QCOMPARE(resolveDataLocation(u""_s, v, exe.path(), user).dir, v);
-    QCOMPARE(resolveDataLocation(u"/o"_s, v, exe.path(), user).dir, u"/o"_s);
 }
 
 void TestSetup::dataBesideTheExecutableMovesOnce()

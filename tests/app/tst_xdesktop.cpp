@@ -13,7 +13,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimeZone>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>

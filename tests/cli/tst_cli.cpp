@@ -1,10 +1,9 @@
 #include "envrecord.h"
 #include "fileset.h"
-#include "mailsettingsfile.h"
 #include "oledate.h"
 #include "singleinstance.h"
-#include "smtpserverprocess.h"
 #include "tagstore.h"
+#include "testfiles.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -25,10 +24,10 @@ struct Run
     QByteArray out, err;
 };
 
-Run runCli(const QStringList &args, const QString &program = QStringLiteral(PINBOARD_CLI))
+Run runCli(const QStringList &args)
 {
     QProcess p;
-    p.start(program, args);
+    p.start(QStringLiteral(PINBOARD_CLI), args);
     if (!p.waitForFinished(60000) || p.exitStatus() != QProcess::NormalExit)
         return {};
     return {p.exitCode(), p.readAllStandardOutput(), p.readAllStandardError()};
@@ -120,8 +119,6 @@ private Q_SLOTS:
     void loadRefusedWhileLocked();
     void damagedTagIsLeftOut();
     void evalSaysWhy();
-    void mail_data();
-    void mail();
 };
 
 void TestCli::roundTrip()
@@ -309,67 +306,6 @@ void TestCli::evalSaysWhy()
          "");
     eval({u"--tag"_s, u"3"_s}, 1, {}, "no live tag 00003");
     eval({u"--at"_s, u"2024/13/01 00:00:00"_s}, 1, {}, "not of the form");
-}
-
-void TestCli::mail_data()
-{
-    QTest::addColumn<QString>("modes");
-    QTest::addColumn<QStringList>("args"); // DIR goes after the command
-    QTest::addColumn<QString>("setup");    // r: recipients, g: attachment gone, l: log on
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("printed"); // the one line on stdout, or on stderr on failure
-    auto row = [](const char *tag, const char *modes, const char *args, const char *setup,
-                  int status, const char *printed) {
-        QTest::newRow(tag) << QString::fromLatin1(modes) << QString::fromLatin1(args).split(u' ')
-                           << QString::fromLatin1(setup) << status << QString::fromUtf8(printed);
-    };
-    row("test refused", "ehlo-and-helo-5xx", "mail-test", "", 1,
-        "接続テストに失敗しました。　SMTP Server Error status Received (HELO)");
-    row("mail sent", "normal", "mail --tag 1", "r", 0, "sent tag 1");
-    row("no recipients", "normal", "mail --tag 1", "", 1,
-        "An e-mail address isn't found out. It stops the sending of e-mail.");
-    // With the log on the box would only point to the log: the detail is printed.
-    row("attachment gone, log on", "normal", "mail --tag 1", "rgl", 1,
-        "メール送信に失敗しました。　添付ファイルを読み込めません: GONE");
-}
-
-void TestCli::mail()
-{
-    QFETCH(QString, modes);
-    QFETCH(QStringList, args);
-    QFETCH(QString, setup);
-    QFETCH(int, status);
-    QFETCH(QString, printed);
-    QTemporaryDir dir;
-    ServerProcess server(dir.path());
-    QVERIFY(server.start(modes));
-    const TagStore store(dt1Of(dir.path()));
-    EnvRecord env;
-    env.setText(Env::SmtpServer, u"127.0.0.1"_s);
-    env.setLong(Env::SmtpPort, server.port);
-    env.setLong(Env::SmtpTimeStep, 0);
-    env.setText(Env::SmtpFrom, u"pin@example.com"_s);
-    env.setByte(Env::LogEnabled, setup.contains(u'l'));
-    QVERIFY(store.writeEnv(env));
-    TagRecord tag;
-    tag.setMessage(u"本文"_s);
-    tag.setByte(Tag::MailFlag, 1);
-    const QString gone = dir.filePath(u"gone.txt"_s);
-    if (setup.contains(u'g')) {
-        tag.setByte(Tag::SoundFlag, 1);
-        tag.setText(Tag::FilePath, gone);
-    }
-    QVERIFY(store.addTag(tag));
-    const QStringList to{u"a@example.com"_s, u"b@example.com"_s};
-    QVERIFY(
-        !setup.contains(u'r') ||
-        MailSettingsFile(FileSet::forDirectory(dir.path()).dt4).write(1, {u"件名"_s, to, {}, {}}));
-    args.insert(1, dir.path());
-    const Run r = runCli(args);
-    QCOMPARE(r.status, status);
-    QCOMPARE(status == 0 ? r.err : r.out, QByteArray());
-    QCOMPARE(QString::fromUtf8(status == 0 ? r.out : r.err),
-             QString(printed).replace(u"GONE"_s, gone) + u'\n');
 }
 
 QTEST_GUILESS_MAIN(TestCli)
