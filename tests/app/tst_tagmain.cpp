@@ -1,28 +1,23 @@
 #include "desktopdisplay.h"
-#include "editorhost.h"
 #include "maildesk.h"
 #include "mailsettingsfile.h"
 #include "mainmenu.h"
 #include "manualclock.h"
-#include "messageboxprompt.h"
 #include "scheduler.h"
 #include "scriptedprompt.h"
 #include "settings.h"
+#include "shortcuts.h"
 #include "singleinstance.h"
 #include "smtpserverprocess.h"
-#include "taglist.h"
+#include "sysdesk.h"
 #include "tagmain.h"
-#include "tagpopupmenu.h"
 #include "tagstore.h"
 #include "tagwindow.h"
+#include "testfiles.h"
 #include "trayattach.h"
 
-#include <QLabel>
-#include <QListWidget>
-#include <QMenu>
-#include <QMessageBox>
-#include <QPlainTextEdit>
-#include <QPushButton>
+#include <QDialog>
+#include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -31,8 +26,6 @@
 #include <ctime>
 
 using namespace Qt::StringLiterals;
-using Action = TrayMessages::Action;
-Q_DECLARE_METATYPE(TrayMessages::Action)
 
 namespace {
 QDateTime utc(int y, int m, int d, int h, int min = 0, int s = 0)
@@ -64,60 +57,86 @@ class TestTagMain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
     void lifeCycle();
     void startUpRefused_data();
     void startUpRefused();
     void clockChangeBringsTheTickForward();
-    void dueTagsAndTheirWindows();
-    void mainMenu();
-    void dueMailTagGoesOutAtStartUp();
+    void dueTagsAtStartUp();
     void contentMailKeepsTheChoiceUntilSent();
     void trayRetries_data();
     void trayRetries();
-    void trayMessages_data();
-    void trayMessages();
-    void trayTipsRotate();
-    void questionDefaults();
+    void shortcutToggle();
+    void shortcutFailureIsReported();
+    void execLine();
+    void uninstall_data();
+    void uninstall();
 
 private:
+    QTemporaryDir m_home;
     ManualClock m_clock{QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59))};
 };
 
-// Start on an empty folder, refuse a second copy, shut down, start again.
+// A home of our own for the shortcuts, its desktop under a localised name.
+void TestTagMain::initTestCase()
+{
+    const QString config = m_home.filePath(u"config"_s);
+    QVERIFY(QDir().mkpath(config) && QDir().mkpath(m_home.filePath(u"デスクトップ"_s)));
+    qputenv("HOME", m_home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", config.toUtf8());
+    qputenv("XDG_DATA_HOME", m_home.filePath(u"data"_s).toUtf8());
+    QVERIFY(writeFile(config + u"/user-dirs.dirs"_s, "XDG_DESKTOP_DIR=\"$HOME/デスクトップ\"\n"));
+}
+
+// Start on an empty folder and ask the first-run questions, refuse a second copy, shut
+// down, start again: no first run this time.
 void TestTagMain::lifeCycle()
 {
     QTemporaryDir dir;
-    ScriptedPrompt prompt, secondPrompt;
+    ScriptedPrompt prompt, secondPrompt, nextPrompt;
     TagMain main(dir.path(), prompt, m_clock);
     QVERIFY(main.start());
     QVERIFY(main.firstRun());
     QCOMPARE(fileBytes(main.files().dt1), EnvRecord().bytes());
     QCOMPARE(main.schedulerTimer().intervalMs(), 3600000);
-    QVERIFY(main.schedulerTimer().isActive());
-    QSignalSpy quit(&main, &TagMain::quitRequested);
-    main.trayMenu()->actions().last()->trigger(); // 終了
-    QCOMPARE(quit.count(), 1);
-
     TagMain second(dir.path(), secondPrompt, m_clock);
     QVERIFY(!second.start());
     QCOMPARE(secondPrompt.shown, QStringList{u"既に起動されています。"_s});
-    QVERIFY(main.isRunning() && !second.isRunning());
-    QVERIFY(!SingleInstance(dir.path()).tryAcquire());
-    QVERIFY(prompt.shown.isEmpty());
+
+    prompt.answers = {false, false, true};
+    int forms = 0;
+    QTimer closer; // the hotkey form is modal: the user leaves it without registering
+    connect(&closer, &QTimer::timeout, this, [&] {
+        if (auto *form = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
+            forms += form->objectName() == u"HotKey";
+            form->reject();
+        }
+    });
+    closer.start(10);
+    main.firstRunSetUp();
+    QCOMPARE(forms, 1);
+    QCOMPARE(prompt.shown,
+             (QStringList{u"ネットワークの設定を行いますか？\r\n"
+                          u"（後から、環境設定のﾈｯﾄﾜｰｸの設定で行うこともできます。）"_s,
+                          u"メール(SMTP)の設定を行いますか？\r\n"
+                          u"（後から、環境設定のﾒｰﾙ(SMTP)の設定で行うこともできます。）"_s,
+                          u"ショートカットキーの設定を行いますか？\r\n"
+                          u"（後から、環境設定のｼｮｰﾄｶｯﾄｷｰ登録で行うこともできます。）"_s,
+                          u"ｼｮｰﾄｶｯﾄｷｰの設定が中断されました。\r\nｼｮｰﾄｶｯﾄｷｰを無効にします。"_s}));
 
     main.shutdown();
-    QVERIFY(!main.isRunning());
     QVERIFY(!main.schedulerTimer().isActive());
-    QVERIFY(main.trayIcon() == nullptr);
     QVERIFY(!QFile::exists(dir.filePath(QString::fromLatin1(SingleInstance::LockName))));
     main.shutdown(); // twice is harmless
     EnvRecord env;
     env.setText(Env::UserName, u"鈴木"_s);
     QVERIFY(main.store().writeEnv(env));
-    TagMain next(dir.path(), prompt, m_clock);
+    TagMain next(dir.path(), nextPrompt, m_clock);
     QVERIFY(next.start());
     QVERIFY(!next.firstRun());
     QCOMPARE(next.env().userName(), u"鈴木"_s);
+    next.firstRunSetUp();
+    QVERIFY(nextPrompt.shown.isEmpty());
 }
 
 void TestTagMain::startUpRefused_data()
@@ -126,11 +145,8 @@ void TestTagMain::startUpRefused_data()
     QTest::addColumn<QString>("text");
     const QString corrupt = u"環境定義ファイルの内容が壊れています。\r\nPinboard.exeがあるﾃﾞｨﾚｸﾄﾘ "
                             u"のPinboard.dt1,Pinboard.dt2を削除して再実行して下さい。"_s;
-    EnvRecord badNumber, oneTag;
-    badNumber.setText(Env::NextTagNumber, u"abcde"_s);
-    QTest::newRow("next tag number not digits") << badNumber.bytes() << corrupt;
+    EnvRecord oneTag;
     QTest::newRow("record 1 cut short") << EnvRecord().bytes().first(2050) << corrupt;
-    QTest::newRow("record 1 missing") << QByteArray(100, 'z') << corrupt;
     // A VersionCode spoilt to NULs sorts below "000940" but is no old file.
     oneTag.setTagCount(1);
     QByteArray nulCode = oneTag.bytes();
@@ -181,10 +197,13 @@ void TestTagMain::clockChangeBringsTheTickForward()
     QTRY_COMPARE(main.schedulerTimer().intervalMs(), 1000);
 }
 
-void TestTagMain::dueTagsAndTheirWindows()
+// What is due at start-up goes up, or out by mail; what ends soon comes down on time.
+void TestTagMain::dueTagsAtStartUp()
 {
     QTemporaryDir dir;
-    TagRecord now, later, trashed, meeting;
+    ServerProcess server(dir.path());
+    QVERIFY(server.start(u"normal"_s));
+    TagRecord now, later, trashed, meeting, mailed;
     now.setMessage(u"今すぐ"_s);
     later.setByte(Tag::ScheduleKind, 1);
     later.setDate(Tag::DisplayDateTime, utc(2024, 5, 2, 9));
@@ -192,125 +211,26 @@ void TestTagMain::dueTagsAndTheirWindows()
     meeting.setByte(Tag::ScheduleKind, 1); // up now, erased half a minute from now
     meeting.setDate(Tag::DisplayDateTime, utc(2024, 5, 1, 9));
     meeting.setDate(Tag::EraseDateTime, utc(2024, 5, 1, 10, 0, 30));
-    seed(dir.path(), EnvRecord(), {now, later, trashed, meeting});
+    mailed.setByte(Tag::MailFlag, 1);
+    seed(dir.path(), smtpTo(server.port), {now, later, trashed, meeting, mailed});
+    QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
+                .write(5, {u"件名"_s, {u"a@example.com"_s}, {}, {}}));
     ManualClock clock(m_clock.now());
     ScriptedPrompt prompt;
     TagMain main(dir.path(), prompt, clock);
     QVERIFY(main.start());
+    // The session starts from the event loop, so the spy is in time.
+    QSignalSpy sent(&main.mail()->sender(), &MailSender::sent);
     QCOMPARE(main.display()->shownTags(), (QList<int>{1, 4}));
     QCOMPARE(main.display()->window(1)->text(), u"今すぐ"_s);
     QCOMPARE(main.scheduler()->state(2), int(Scheduler::Waiting));
-
-    // The list open on a tag follows the scheduler taking it down.
-    main.editors()->showTagList();
-    TagList *list = main.editors()->tagList();
-    QVERIFY(list->selectTag(4));
-    const QString shown = list->infoLabel()->text();
-    clock.advance(60);
-    main.scheduler()->SchedulerTick();
-    QCOMPARE(main.display()->shownTags(), QList<int>{1});
-    QCOMPARE(list->infoLabel()->text(),
-             TagListModel::describeLive(*main.store().readTag(4), false));
-    QVERIFY(list->infoLabel()->text() != shown);
-
-    // A tag from another computer with no arrival sound chosen: a beep and the blink,
-    // which a click on the tray icon ends.
-    int beeps = 0;
-    main.display()->sound().setBeeper([&] { ++beeps; });
-    main.display()->PlayArrivalSound();
-    QCOMPARE(beeps, 1);
-    QVERIFY(main.display()->isBlinking());
-    main.trayMessage(TrayMessages::LeftUp, false);
-    QVERIFY(!main.display()->isBlinking());
-    QVERIFY(prompt.shown.isEmpty());
-}
-
-void TestTagMain::mainMenu()
-{
-    QTemporaryDir dir;
-    ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
-    QVERIFY(main.start());
-    auto act = [&](const char *name) { return main.mainMenu()->action(QString::fromLatin1(name)); };
-    QVERIFY(act("mnu_ScmTop")->isChecked() && act("mnu_AutoPosYes")->isChecked());
-    act("mnu_ScmTop")->trigger();
-    act("mnu_AutoPosNo")->trigger();
-    act("mnu_BackColor_3")->trigger();
-    const EnvRecord env = *main.store().readEnv();
-    QCOMPARE(env.byte(Env::ScmTop), 0); // the negation of the check it had
-    QCOMPARE(env.byte(Env::NetTop), 1);
-    QCOMPARE(env.byte(Env::AutoPosition), 0);
-    QCOMPARE(env.byte(Env::BackColor), 3);
-    QVERIFY(!act("mnu_ScmTop")->isChecked());
-    QVERIFY(act("mnu_AutoPosNo")->isChecked() && !act("mnu_AutoPosYes")->isChecked());
-    QCOMPARE(main.env().byte(Env::AutoPosition), 0);
-
-    for (const QString &caption : {u"再開"_s, u"一時停止"_s}) {
-        act("mnuStop")->trigger();
-        QCOMPARE(act("mnuStop")->text(), caption);
-        QCOMPARE(main.trayIcon()->toolTip(),
-                 caption == u"再開"_s ? u"Pin Board Stoped"_s : TagMain::trayTip());
-    }
-    for (const QString &caption : {u"通信ﾛｸﾞ記録終了"_s, u"通信ﾛｸﾞ記録開始"_s}) {
-        act("mnu_LogStart")->trigger();
-        QCOMPARE(act("mnu_LogStart")->text(), caption);
-        const bool on = caption == u"通信ﾛｸﾞ記録終了"_s;
-        QCOMPARE(main.store().readEnv()->byte(Env::LogEnabled), on ? 1 : 0);
-        QCOMPARE(main.mail()->log().isEnabled(), on);
-    }
-
-    // A new tag written in the editor goes on the desktop at once; a second editor is refused.
-    act("mnu_NewTag")->trigger();
-    TagEntry *editor = main.editors()->editor();
-    QVERIFY(editor);
-    act("mnu_NewTag")->trigger();
-    QCOMPARE(prompt.shown, QStringList{EditorHost::editorOpenText()});
-    QCOMPARE(main.editors()->editor(), editor);
-    editor->findChild<QPlainTextEdit *>(u"txt_Message"_s)->setPlainText(u"新しい付箋"_s);
-    editor->findChild<QPushButton *>(u"Command1"_s)->click();
-    QTRY_VERIFY(!main.editors()->editor());
-    QCOMPARE(main.store().readTag(1)->message(), u"新しい付箋"_s);
-    QCOMPARE(main.display()->shownTags(), QList<int>{1});
-
-    // The tag's own menu puts it into the trash; both lists follow, and back it comes.
-    act("mnuList")->trigger();
-    act("mnu_TrashDisp")->trigger();
-    QListWidget *live = main.editors()->tagList()->list();
-    QListWidget *trash = main.editors()->trashList()->list();
-    QCOMPARE(live->count(), 1);
-    main.tagMenu()->prepare(1, false);
-    main.tagMenu()->entryAction(TagPopupMenu::Delete)->trigger();
-    QCOMPARE(main.store().readTag(1)->stateMark(), u"D"_s);
-    QCOMPARE(live->count(), 0);
-    QCOMPARE(trash->count(), 1);
-    QVERIFY(main.display()->shownTags().isEmpty());
-    main.editors()->trashList()->selectTag(1);
-    main.editors()->trashList()->restoreSelected();
-    QCOMPARE(main.display()->shownTags(), QList<int>{1});
-    QCOMPARE(live->count(), 1);
-}
-
-void TestTagMain::dueMailTagGoesOutAtStartUp()
-{
-    QTemporaryDir dir;
-    ServerProcess server(dir.path());
-    QVERIFY(server.start(u"normal"_s));
-    TagRecord tag;
-    tag.setMessage(u"メールで届く付箋"_s);
-    tag.setByte(Tag::MailFlag, 1);
-    seed(dir.path(), smtpTo(server.port), {tag});
-    QVERIFY(MailSettingsFile(FileSet::forDirectory(dir.path()).dt4)
-                .write(1, {u"件名"_s, {u"a@example.com"_s}, {}, {}}));
-    ScriptedPrompt prompt;
-    TagMain main(dir.path(), prompt, m_clock);
-    QVERIFY(main.start());
-    // The session starts from the event loop, so the spy is in time.
-    QSignalSpy sent(&main.mail()->sender(), &MailSender::sent);
-    QVERIFY(main.display()->shownTags().isEmpty()); // mailed, not shown
     QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 1, 15000);
     QVERIFY(sent.first().at(0).toBool());
     QVERIFY(server.commands().contains(u"RCPT TO:<a@example.com>"_s));
     QVERIFY(server.message(1).contains("Subject: "));
+    clock.advance(60);
+    main.scheduler()->SchedulerTick();
+    QCOMPARE(main.display()->shownTags(), QList<int>{1});
     QVERIFY(prompt.shown.isEmpty());
 }
 
@@ -351,10 +271,7 @@ void TestTagMain::trayRetries_data()
 {
     QTest::addColumn<int>("succeedOnTry"); // 0: never
     QTest::addColumn<QList<bool>>("answers");
-    QTest::newRow("at once") << 1 << QList<bool>{};
     QTest::newRow("on the 30th retry") << 31 << QList<bool>{};
-    QTest::newRow("no after 30") << 0 << QList<bool>{false};
-    QTest::newRow("yes, then found") << 40 << QList<bool>{true};
     QTest::newRow("yes twice, then no") << 0 << QList<bool>{true, true, false};
 }
 
@@ -381,60 +298,102 @@ void TestTagMain::trayRetries()
     QVERIFY(!tray.isRetrying());
 }
 
-void TestTagMain::trayMessages_data()
+void TestTagMain::shortcutToggle()
 {
-    QTest::addColumn<int>("message");
-    QTest::addColumn<bool>("shift");
-    QTest::addColumn<Action>("action");
-    QTest::newRow("move") << 0x200 << false << Action::ShowTip;
-    QTest::newRow("left down") << 0x201 << false << Action::None;
-    QTest::newRow("left up") << 0x202 << false << Action::RaiseTags;
-    QTest::newRow("shift left up") << 0x202 << true << Action::ScreenCopy;
-    QTest::newRow("double-click") << 0x203 << false << Action::NewTag;
-    QTest::newRow("right down") << 0x204 << false << Action::OpenMenu;
-    QTest::newRow("right up is ignored") << 0x205 << false << Action::None;
-    QTest::newRow("below the range") << 0x1FF << false << Action::None;
-}
-
-void TestTagMain::trayMessages()
-{
-    QFETCH(int, message);
-    QFETCH(bool, shift);
-    QFETCH(Action, action);
-    TrayMessages tray;
-    QCOMPARE(tray.decode(message, shift), action);
-    if (action != Action::ShowTip)
-        QCOMPARE(tray.tooltipIndex(), 0);
-}
-
-void TestTagMain::trayTipsRotate()
-{
-    const QStringList lines{u"ﾀﾞﾌﾞﾙｸﾘｯｸで付箋作成"_s, u"右ｸﾘｯｸで設定ﾒﾆｭｰ表示"_s,
-                            u"左ｸﾘｯｸで付箋を前面に表示"_s}; // no screen copy to advertise
-    TrayMessages tray;
-    for (int i = 0; i < 6; ++i) {
-        tray.decode(TrayMessages::MouseMove, false);
-        QCOMPARE(tray.currentTip(), u"DeskTop Pin Board\r\n"_s + lines[i % 3]);
-        tray.decode(TrayMessages::LeftUp, false); // clicks do not move the rotation
+    const struct
+    {
+        Shortcuts::Place place;
+        QString file, added, removed;
+    } places[] = {{Shortcuts::StartUp, u"config/autostart/pinboard.desktop"_s,
+                   u"スタートアップに、Pinboardのショートカットを登録しました。"_s,
+                   u"スタートアップから削除しました。"_s},
+                  {Shortcuts::Programs, u"data/applications/pinboard.desktop"_s,
+                   u"プログラムメニューに、Pinboardのショートカットを登録しました。"_s,
+                   u"プログラムメニューからショートカットを削除しました。"_s},
+                  {Shortcuts::Desktop, u"デスクトップ/pinboard.desktop"_s,
+                   u"ディスクトップに、Pinboardのショートカットを登録しました。"_s,
+                   u"ディスクトップからショートカットを削除しました。"_s}};
+    Shortcuts s(Shortcuts::userFolders(), {u"/opt/pin board/pinboard"_s});
+    for (const auto &[p, file, added, removed] : places) {
+        ScriptedPrompt prompt;
+        const QString path = m_home.filePath(file);
+        s.toggle(p, prompt);
+        const QString entry = QString::fromUtf8(fileBytes(path));
+        QVERIFY(entry.contains(u"\nExec=\"/opt/pin board/pinboard\"\n"_s));
+        QCOMPARE(entry.contains(u"X-GNOME-Autostart-enabled=true"_s), p == Shortcuts::StartUp);
+        // A launcher on the desktop must be executable to start.
+        QCOMPARE(bool(QFileInfo(path).permissions() & QFile::ExeOwner), p == Shortcuts::Desktop);
+        s.toggle(p, prompt);
+        QVERIFY(!QFile::exists(path));
+        QCOMPARE(prompt.shown, (QStringList{added, removed}));
     }
 }
 
-// Enter on a message box takes its default button: No when Yes would lose something.
-void TestTagMain::questionDefaults()
+void TestTagMain::shortcutFailureIsReported()
 {
-    for (const bool destructive : {false, true}) {
-        MessageBoxPrompt prompt;
-        bool answered = false;
-        QTimer::singleShot(0, this, [&] {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            QVERIFY(box);
-            QTest::keyClick(box, Qt::Key_Return);
-            answered = true;
-        });
-        const QString text = u"削除します。よろしいですか？"_s;
-        QCOMPARE(destructive ? prompt.askDestructive(text) : prompt.ask(text), !destructive);
-        QVERIFY(answered);
-    }
+    QTemporaryDir other;
+    // The folder cannot be made: a file holds its name.
+    const QString blocker = other.filePath(u"autostart"_s);
+    QVERIFY(writeFile(blocker, {}));
+    Shortcuts s({blocker, other.filePath(u"apps"_s), other.path()}, {u"pinboard"_s});
+    ScriptedPrompt prompt;
+    s.toggle(Shortcuts::StartUp, prompt);
+    QCOMPARE(prompt.shown, QStringList{u"スタートアップの登録に失敗しました。"_s});
+}
+
+// Quoted as a desktop wants, then the key's own backslash escape on top.
+void TestTagMain::execLine()
+{
+    auto exec = [](const QStringList &command) {
+        const QString entry = QString::fromUtf8(
+            Shortcuts(Shortcuts::userFolders(), command).desktopEntry(Shortcuts::Programs));
+        return entry.section(u"\nExec="_s, 1).section(u'\n', 0, 0);
+    };
+    QCOMPARE(exec({u"/home/a b/pinboard"_s, u"--data"_s, u"/home/a b/付箋"_s}),
+             uR"("/home/a b/pinboard" --data "/home/a b/付箋")"_s);
+    QCOMPARE(exec({u"/x/pin$board"_s, u"/d/\"q\"`b`\\c"_s}),
+             uR"("/x/pin\\$board" "/d/\\"q\\"\\`b\\`\\\\c")"_s);
+    QCOMPARE(exec({u"/x/100%/pinboard"_s}), u"/x/100%%/pinboard"_s);
+}
+
+void TestTagMain::uninstall_data()
+{
+    QTest::addColumn<bool>("deleteData");
+    QTest::newRow("data kept") << false;
+    QTest::newRow("data deleted") << true;
+}
+
+void TestTagMain::uninstall()
+{
+    QFETCH(bool, deleteData);
+    QTemporaryDir data;
+    QVERIFY(writeFile(data.filePath(u"mine.txt"_s), {})); // not ours: stays
+    ScriptedPrompt prompt;
+    TagMain main(data.path(), prompt, m_clock);
+    QVERIFY(main.start());
+    Shortcuts s(Shortcuts::userFolders(), {u"pinboard"_s});
+    const auto places = {Shortcuts::StartUp, Shortcuts::Programs, Shortcuts::Desktop};
+    for (auto p : places)
+        QVERIFY(s.create(p));
+    QVERIFY(main.settings()
+                .change([](EnvRecord &e) { e.setText(Env::HotkeyEnabled, u"1"_s, 0); })
+                .isEmpty());
+    QSignalSpy quit(&main, &TagMain::quitRequested);
+    prompt.answers = {true, deleteData}; // prepare: yes; delete the data?
+    main.mainMenu()->action(u"mnu_UnInstall"_s)->trigger();
+    QCOMPARE(prompt.shown.value(0), SysDesk::uninstallQuestion());
+    QVERIFY(prompt.shown.value(1).contains(QDir::toNativeSeparators(data.path())));
+    for (auto p : places)
+        QVERIFY(!s.exists(p));
+    QVERIFY(!main.env().hotkeyEnabled(1));
+    QCOMPARE(quit.count(), deleteData ? 1 : 0);
+    QVERIFY(QFile::exists(main.files().dt1)); // not while the program still runs on it
+    main.shutdown();
+    QCOMPARE(prompt.shown.size(), deleteData ? 3 : 2);
+    if (deleteData)
+        QCOMPARE(prompt.shown[2], SysDesk::dataDeletedText(data.path()));
+    QCOMPARE(QFile::exists(main.files().dt1), !deleteData);
+    QVERIFY(QFile::exists(data.filePath(u"mine.txt"_s)));
 }
 
 QTEST_MAIN(TestTagMain)

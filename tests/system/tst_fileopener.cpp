@@ -46,7 +46,7 @@ void TestFileOpener::initTestCase()
     QByteArray types = "<?xml version=\"1.0\"?>\n<mime-info "
                        "xmlns=\"http://www.freedesktop.org/standards/shared-mime-info\">\n";
     for (const char *name :
-         {"default", "cached", "added", "listed", "hidden", "removed", "none", "broken", "launch"})
+         {"default", "cached", "added", "listed", "removed", "none", "broken", "launch"})
         types += QByteArray("<mime-type type=\"application/x-pb-") + name +
                  "\"><glob pattern=\"*.pb" + name + "\"/></mime-type>\n";
     types += "<mime-type type=\"application/x-pb-child\"><sub-class-of "
@@ -56,8 +56,7 @@ void TestFileOpener::initTestCase()
 
     // Every program records its arguments and working directory, one per line.
     const QByteArray bin = path(u"bin"_s).toUtf8();
-    for (const char *name :
-         {"default", "cached", "added", "listed", "hidden", "removed", "record app"}) {
+    for (const char *name : {"default", "cached", "added", "listed", "removed", "record app"}) {
         const QString script = u"bin/"_s + QString::fromLatin1(name);
         write(script, "#!/bin/sh\nout=\"" + bin +
                           "/ran\"\n{ printf '%s\\n' \"$#\" \"$@\"; pwd; } > \"$out.tmp\" && mv "
@@ -68,8 +67,6 @@ void TestFileOpener::initTestCase()
     addApp(u"share/applications/pb-default.desktop"_s, bin + "/default %f");
     addApp(u"share/applications/pb-cached.desktop"_s, bin + "/cached %U");
     addApp(u"share/applications/vendor/added.desktop"_s, bin + "/added");
-    addApp(u"share/applications/pb-hidden.desktop"_s, bin + "/hidden %f");
-    addApp(u"data/applications/pb-hidden.desktop"_s, bin + "/hidden %f", "Hidden=true\n");
     addApp(u"share/applications/tools/listed.desktop"_s, bin + "/listed %f",
            "MimeType=text/plain;application/x-pb-listed;\n");
     addApp(u"share/applications/pb-gone.desktop"_s, bin + "/removed %f",
@@ -89,10 +86,9 @@ void TestFileOpener::initTestCase()
     write(u"share/applications/mimeinfo.cache"_s,
           "[MIME Cache]\napplication/x-pb-cached=pb-cached.desktop;\n"
           "application/x-pb-default=pb-cached.desktop;\n"
-          "application/x-pb-hidden=pb-hidden.desktop;\n"
           "application/x-pb-removed=pb-gone.desktop;\n");
     for (const char *name :
-         {"default", "cached", "added", "listed", "hidden", "removed", "none", "broken", "child"})
+         {"default", "cached", "added", "listed", "removed", "none", "broken", "child"})
         write(u"files/a.pb"_s + QString::fromLatin1(name), "note\n");
     write(u"files/my note.pblaunch"_s, "note\n");
 }
@@ -110,7 +106,6 @@ void TestFileOpener::association_data()
     QTest::newRow("added, id naming a subdirectory")  << "a.pbadded"   << "added"   << 0 << "";
     QTest::newRow("MimeType= line only")              << "a.pblisted"  << "listed"  << 0 << "";
     QTest::newRow("parent type's application")        << "a.pbchild"   << "cached"  << 0 << "";
-    QTest::newRow("hidden in data home")              << "a.pbhidden"  << ""        << 31 << none;
     QTest::newRow("removed association")              << "a.pbremoved" << ""        << 31 << none;
     QTest::newRow("no association")                   << "a.pbnone"    << ""        << 31 << none;
     QTest::newRow("missing file") << "absent.pbdefault" << "" << 2 << "処理が失敗しました。";

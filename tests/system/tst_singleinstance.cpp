@@ -49,8 +49,6 @@ void TestSingleInstance::staleLocksAreTakenOver_data()
         << QByteArray::number(QCoreApplication::applicationPid()) + here << 0;
     QTest::newRow("another host") << QByteArray("4242\npinboard\nsomewhere-else\n") << 0;
     QTest::newRow("empty (power cut)") << QByteArray() << 0;
-    QTest::newRow("garbled") << QByteArray("\xff\xfe\0garbage") << 0;
-    QTest::newRow("empty directory") << QByteArray() << 1;
     QTest::newRow("directory with a file") << QByteArray() << 2;
 }
 
@@ -71,8 +69,6 @@ void TestSingleInstance::staleLocksAreTakenOver()
 
 void TestSingleInstance::runLocation()
 {
-    QVERIFY(isNetworkPath(u"\\\\server\\share\\pin"_s));
-    QVERIFY(!isNetworkPath(u"Z:\\pin"_s));
     QTemporaryDir tmp;
     QCOMPARE(checkRunLocation(tmp.path()), RunLocation::Ok);
     QCOMPARE(checkRunLocation(tmp.filePath(u"missing/deeper"_s)), RunLocation::NotWritable);
