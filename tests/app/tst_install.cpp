@@ -3,6 +3,7 @@
 #include "singleinstance.h"
 #include "tagstore.h"
 
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -11,8 +12,9 @@
 
 using namespace Qt::StringLiterals;
 
-// cmake --install into a temporary prefix; the installed programs find their data
-// through PINBOARD_DATA, and a terminated Pinboard lets go of its folder.
+// cmake --install into a temporary prefix puts every part in place; the installed
+// programs find their data through PINBOARD_DATA, and a terminated Pinboard lets
+// go of its folder.
 class TestInstall : public QObject
 {
     Q_OBJECT
@@ -29,6 +31,15 @@ void TestInstall::installedProgramsRunOnTheirData()
             {u"--install"_s, QStringLiteral(PINBOARD_BUILD_DIR), u"--prefix"_s, prefix.path()});
     QVERIFY(p.waitForFinished(60000));
     QVERIFY2(p.exitCode() == 0, p.readAll().constData());
+    for (const char *path :
+         {"bin/pinboard*", "bin/pinboard-cli*", "share/applications/pinboard.desktop",
+          "share/icons/hicolor/scalable/apps/pinboard.svg", "share/man/man1/pinboard.1",
+          "share/man/man1/pinboard-cli.1"}) {
+        const QString name = QString::fromLatin1(path);
+        const QFileInfo info(prefix.filePath(name.chopped(name.endsWith(u'*'))));
+        QVERIFY2(info.isFile() && info.size() > 0, path);
+        QCOMPARE(info.isExecutable(), name.endsWith(u'*')); // * marks a program
+    }
     const FileSet files = FileSet::forDirectory(data.path());
     QVERIFY(prepareFileSet(files).ok);
     QVERIFY(createDataFile(files.dt1, EnvRecord().bytes())); // not a first run: no questions
