@@ -8,11 +8,14 @@
 #include "tagstore.h"
 #include "tagwindow.h"
 
+#include <QMessageBox>
 #include <QProcess>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeZone>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
@@ -58,7 +61,7 @@ class TestXDesktop : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void movedTagIsStored();
+    void topMostTagMovedAndBelowDialogs();
     void hotkeyGrabPressRelease();
 };
 
@@ -70,18 +73,26 @@ void TestXDesktop::initTestCase()
         QSKIP("xdotool is not installed");
 }
 
-void TestXDesktop::movedTagIsStored()
+// A scheduled, hence top-most, magenta tag: moved by the window manager, its place is
+// stored; the program's message boxes still go above it, and so does one that is
+// open when a second such tag comes due.
+void TestXDesktop::topMostTagMovedAndBelowDialogs()
 {
     QTemporaryDir dir;
     TagStore store(dir.filePath(u"Pinboard.dt1"_s));
     QVERIFY(store.writeEnv(EnvRecord()));
     TagRecord tag;
     tag.setMessage(u"会議"_s);
+    tag.setByte(Tag::ScheduleKind, 1);
+    tag.setDate(Tag::DisplayDateTime, QDateTime(QDate(2024, 5, 1), QTime(9, 0), QTimeZone::utc()));
+    tag.setLong(Tag::BackColor, 0xFF00FF);
     tag.setLong(Tag::PosX, 100);
     tag.setLong(Tag::PosY, 100);
+    tag.setLong(Tag::Width, 500);
+    tag.setLong(Tag::Height, 400);
     QVERIFY(store.addTag(tag));
     ScriptedPrompt prompt;
-    ManualClock clock(QDateTime(QDate(2024, 5, 1), QTime(9, 0)));
+    ManualClock clock(QDateTime(QDate(2024, 5, 1), QTime(9, 59, 59)));
     TagMain main(dir.path(), prompt, clock);
     QVERIFY(main.start());
     TagWindow *w = main.display()->window(1);
@@ -92,6 +103,23 @@ void TestXDesktop::movedTagIsStored()
     QTRY_COMPARE(w->pos(), QPoint(330, 240));
     QTRY_COMPARE(main.store().readTag(1)->longValue(Tag::PosX), 330);
     QCOMPARE(main.store().readTag(1)->longValue(Tag::PosY), 240);
+
+    const QPoint inside(580, 440);
+    const auto onScreen = [inside] {
+        return QGuiApplication::primaryScreen()->grabWindow(0).toImage().pixelColor(inside);
+    };
+    QTRY_COMPARE(onScreen(), QColor(Qt::magenta));
+    QMessageBox box(QMessageBox::Information, u"Pinboard"_s, u"確認"_s);
+    box.show();
+    box.move(inside - QPoint(box.width() / 2, box.height() / 2));
+    QVERIFY(QTest::qWaitForWindowExposed(&box));
+    QTRY_VERIFY(onScreen() != QColor(Qt::magenta));
+    tag.setLong(Tag::PosX, 400);
+    QVERIFY(main.store().addTag(tag));
+    main.scheduler()->tagChanged(2);
+    QVERIFY(QTest::qWaitForWindowExposed(main.display()->window(2)));
+    QTest::qWait(300);
+    QVERIFY(onScreen() != QColor(Qt::magenta));
 }
 
 void TestXDesktop::hotkeyGrabPressRelease()
