@@ -41,10 +41,14 @@ public:
     {
         xcb_key_symbols_t *syms = xcb_key_symbols_alloc(m_conn);
         xcb_keycode_t *codes = xcb_key_symbols_get_keycode(syms, sym);
-        const bool ok = codes && *codes != XCB_NO_SYMBOL &&
-                        !xcb_request_check(
-                            m_conn, xcb_grab_key_checked(m_conn, 0, m_root, mods, codes[0],
-                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        xcb_generic_error_t *error =
+            codes && *codes != XCB_NO_SYMBOL
+                ? xcb_request_check(m_conn,
+                                    xcb_grab_key_checked(m_conn, 0, m_root, mods, codes[0],
+                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC))
+                : nullptr;
+        const bool ok = codes && *codes != XCB_NO_SYMBOL && !error;
+        free(error);
         free(codes);
         xcb_key_symbols_free(syms);
         return ok;
