@@ -2,6 +2,11 @@
 
 #include "prompt.h"
 
+namespace {
+constexpr int MaxTries = 30;
+constexpr int IntervalMs = 5000;
+} // namespace
+
 TrayAttach::TrayAttach(std::function<bool()> tryShow, Prompt &prompt, QObject *parent)
     : QObject(parent), m_tryShow(std::move(tryShow)), m_prompt(prompt)
 {

@@ -13,9 +13,6 @@ class TrayAttach : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int MaxTries = 30;
-    static constexpr int IntervalMs = 5000;
-
     // tryShow shows the icon and answers whether the tray took it.
     TrayAttach(std::function<bool()> tryShow, Prompt &prompt, QObject *parent = nullptr);
 
