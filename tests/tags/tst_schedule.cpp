@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-QDateTime parsed(QString text, Qt::TimeSpec spec = Qt::UTC)
+QDateTime parsed(QString text, Qt::TimeSpec timeSpec = Qt::UTC)
 {
     text.replace(u'_', u' ');
     if (text.size() == 5 || text.size() == 8) // a time of day only
@@ -16,7 +16,7 @@ QDateTime parsed(QString text, Qt::TimeSpec spec = Qt::UTC)
     if (text.size() == 16)
         text += u":00"_s;
     const QDateTime dt = QDateTime::fromString(text, u"yyyy/MM/dd hh:mm:ss"_s);
-    return QDateTime(dt.date(), dt.time(), spec);
+    return QDateTime(dt.date(), dt.time(), timeSpec);
 }
 
 QDateTime local(const char *text)
@@ -26,9 +26,9 @@ QDateTime local(const char *text)
 
 // "<kind> <display>" and then any of: e<erase date_time or erase time>, d<day>,
 // weekdays as "SMTWTFS" letters ('-' off), k<weeks>, o (open a file), m (mail).
-TagSchedule tag(const char *spec)
+TagSchedule tag(const char *shape)
 {
-    const QStringList parts = QString::fromLatin1(spec).split(u' ');
+    const QStringList parts = QString::fromLatin1(shape).split(u' ');
     TagSchedule t;
     t.kind = parts[0].toInt();
     t.display = parsed(parts[1]);
@@ -56,10 +56,10 @@ QString text(const ScheduleAnswer &a)
     return u"%1 %2"_s.arg(int(a.result)).arg(a.seconds);
 }
 
-void row(const char *name, const char *spec, ScheduleResult r, qint32 s,
+void row(const char *name, const char *shape, ScheduleResult r, qint32 s,
          const char *now = "2024/05/01 09:59:59")
 {
-    QTest::newRow(name) << text(EvaluateSchedule(tag(spec), local(now))) << text({r, s});
+    QTest::newRow(name) << text(EvaluateSchedule(tag(shape), local(now))) << text({r, s});
 }
 
 constexpr auto Due = ScheduleResult::Due;
@@ -177,8 +177,8 @@ private Q_SLOTS:
     void describe_data()
     {
         gotWantColumns<QString>();
-        const auto row = [](const char *name, const char *spec, bool sent, const QString &want) {
-            QTest::newRow(name) << describeSchedule(tag(spec), false, sent) << want;
+        const auto row = [](const char *name, const char *shape, bool sent, const QString &want) {
+            QTest::newRow(name) << describeSchedule(tag(shape), false, sent) << want;
         };
         // clang-format off
         row("date range", "1 2024/05/01_10:00 e2024/05/02_18:30", false, u"2024/05/01 10:00 ～ 2024/05/02 18:30 の間\n表示されます。"_s);

@@ -132,8 +132,8 @@ private Q_SLOTS:
     void startUpShowsWithoutAlarm()
     {
         TagStore &store = m_data->store;
-        for (const char *spec : {"0 00:00 b", "0 00:00", "0 00:00", "7 00:00", "0 00:00"})
-            add(QString::fromLatin1(spec));
+        for (const char *shape : {"0 00:00 b", "0 00:00", "0 00:00", "7 00:00", "0 00:00"})
+            add(QString::fromLatin1(shape));
         for (auto [k, mark] : {std::pair{2, TagRecord::InTrash}, {3, TagRecord::Deleted}}) {
             TagRecord t = *store.readTag(k);
             t.setStateMark(mark);
@@ -224,7 +224,7 @@ private Q_SLOTS:
 
 private:
     // A tag from a description as in the scripts; its index.
-    int add(const QString &spec);
+    int add(const QString &shape);
     // What the scheduler asked of the display since the last look.
     QString took() { return m_display->take().join(u", "_s); }
 
@@ -236,9 +236,9 @@ private:
     std::unique_ptr<Scheduler> m_scheduler;
 };
 
-int TestScheduler::add(const QString &spec)
+int TestScheduler::add(const QString &shape)
 {
-    const QStringList parts = spec.split(u' ');
+    const QStringList parts = shape.split(u' ');
     TagRecord t;
     t.setByte(Tag::ScheduleKind, parts[0].toInt());
     const QString when = parts[1].contains(u'_') ? parts[1]
